@@ -1,0 +1,337 @@
+#include "MessageLIB/Message.h"
+
+#include "Mis/Log.h"
+#include "Mis/VError.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include <execinfo.h>
+#include <unistd.h>
+
+namespace I18NMessage {
+
+namespace {
+
+void AppendAttribute(std::string& header, std::string_view name, std::string_view marker) {
+    header += item_space;
+    header += name;
+    header += item_equals;
+    header += marker;
+    header += item_quote;
+}
+
+std::string MakeHeader(bool origin, bool component, bool userAndFunction) {
+    std::string header;
+    header += item_open_xml;
+    header += tag_message;
+    AppendAttribute(header, attr_id, "%d");
+    if (origin) {
+        AppendAttribute(header, attr_origin, "%s");
+    }
+    if (component) {
+        AppendAttribute(header, attr_component, "%s");
+    }
+    AppendAttribute(header, attr_severity, "%c");
+    AppendAttribute(header, attr_time, "%s");
+    if (userAndFunction) {
+        AppendAttribute(header, attr_user, "%s");
+        AppendAttribute(header, attr_function, "%s");
+    }
+    header += item_close_xml;
+    return header;
+}
+
+/// `pattern` with its two-character markers replaced by the values, in order.
+std::string Fill(std::string_view pattern, const std::vector<std::string>& values) {
+    std::string filled;
+    for (const std::string& value : values) {
+        const std::size_t marker = pattern.find('%');
+        filled += pattern.substr(0, marker);
+        filled += value;
+        pattern.remove_prefix(marker + 2);
+    }
+    filled += pattern;
+    return filled;
+}
+
+std::string Element(std::string_view tag, const std::string& content) {
+    std::string element;
+    element += item_open_xml;
+    element += tag;
+    element += item_close_xml;
+    element += content;
+    element += item_end_xml;
+    element += tag;
+    element += item_close_xml;
+    return element;
+}
+
+void WriteStack() noexcept {
+    void* frames[32];
+    std::fputs("Stack: \n", stderr);
+    std::fflush(stderr);
+    backtrace_symbols_fd(frames, backtrace(frames, 32), STDERR_FILENO);
+}
+
+void ReportNotLogged(Message& message) noexcept {
+    try {
+        const std::string text = message.GetString();
+        std::fputs("Message not logged: ", stderr);
+        std::fputs(text.c_str(), stderr);
+    } catch (...) {
+        std::fputs("Message cannot be logged\n", stderr);
+    }
+    WriteStack();
+}
+
+} // namespace
+
+const std::string strHeaderST = MakeHeader(false, false, false);
+const std::string strHeaderOST = MakeHeader(true, false, false);
+const std::string strHeaderCST = MakeHeader(false, true, false);
+const std::string strHeaderOCST = MakeHeader(true, true, false);
+const std::string strHeaderSTUF = MakeHeader(false, false, true);
+const std::string strHeaderOSTUF = MakeHeader(true, false, true);
+const std::string strHeaderCSTUF = MakeHeader(false, true, true);
+const std::string strHeaderOCSTUF = MakeHeader(true, true, true);
+
+StringContainer::~StringContainer() = default;
+
+Logger::~Logger() = default;
+
+bool Logger::s_loggingEnabled = false;
+FileLogger FileLogger::m_logger;
+Logger* Message::s_defaultLogger = nullptr;
+std::string Message::s_defaultOrigin;
+
+bool Logger::Log(std::string* /*text*/, MessageSeverity severity) {
+    return s_loggingEnabled && severity >= m_minSeverity;
+}
+
+bool FileLogger::Log(std::string* text, MessageSeverity severity) {
+    if (!Logger::Log(text, severity)) {
+        return true;
+    }
+    return I18N_log_show(text, m_options, Message::ToSeverityChar(severity)) != 0;
+}
+
+void FileLogger::AttachLogFile(logopt* options) noexcept {
+    m_options = options;
+}
+
+logopt* FileLogger::DetachLogFile() noexcept {
+    return std::exchange(m_options, nullptr);
+}
+
+FileLogger* FileLogger::GetGlobalLogger() noexcept {
+    return &m_logger;
+}
+
+Message::Message(int id, const std::string& component, MessageSeverity severity, Parameters parameters)
+    : m_id(id), m_origin(s_defaultOrigin), m_component(component), m_severity(severity),
+      m_time(MessageTime::GetUTCNow()) {
+    for (const Parameter* parameter : parameters) {
+        AddParameter(*parameter);
+    }
+}
+
+Message::Message(int id, const std::string& component, MessageSeverity severity)
+    : Message(id, component, severity, Parameters{}) {}
+
+Message::Message(int id, const std::string& component, MessageSeverity severity, const Parameter& p1)
+    : Message(id, component, severity, Parameters{&p1}) {}
+
+Message::Message(int id, const std::string& component, MessageSeverity severity, const Parameter& p1,
+                 const Parameter& p2)
+    : Message(id, component, severity, Parameters{&p1, &p2}) {}
+
+Message::Message(int id, const std::string& component, MessageSeverity severity, const Parameter& p1,
+                 const Parameter& p2, const Parameter& p3)
+    : Message(id, component, severity, Parameters{&p1, &p2, &p3}) {}
+
+Message::Message(const Message& other)
+    : StringContainer(other), m_id(other.m_id), m_origin(other.m_origin), m_component(other.m_component),
+      m_severity(other.m_severity), m_time(other.m_time), m_children(other.m_children), m_function(other.m_function),
+      m_userName(other.m_userName) {
+    for (const auto& parameter : other.m_parameters) {
+        m_parameters.push_back(parameter->Clone());
+    }
+}
+
+Message& Message::operator=(const Message& other) {
+    if (this != &other) {
+        *this = Message(other);
+    }
+    return *this;
+}
+
+Message::~Message() = default;
+
+std::string Message::GetString() {
+    return CreateMessageElement() + "\n";
+}
+
+const char* Message::GetStringBuffer() {
+    m_buffer = GetString();
+    return m_buffer.c_str();
+}
+
+std::string Message::GetStringForMessageParam() {
+    return CreateMessageElement();
+}
+
+void Message::AddParameter(const Parameter& parameter) {
+    m_parameters.push_back(parameter.Clone());
+}
+
+void Message::InsertParameter(unsigned position, Parameter* owned) {
+    std::unique_ptr<Parameter> parameter(owned);
+    const std::size_t before = std::min<std::size_t>(position, m_parameters.size());
+    m_parameters.insert(m_parameters.begin() + static_cast<std::ptrdiff_t>(before), std::move(parameter));
+}
+
+void Message::AddChild(const Message& child) {
+    m_children.push_back(Message(child));
+}
+
+std::string Message::CreateMessageElement() const {
+    std::string element = CreateMessageHeader();
+    element += CreateParameterElement();
+    element += CreateChildMsgElement();
+    element += item_end_xml;
+    element += tag_message;
+    element += item_close_xml;
+    return element;
+}
+
+std::string Message::CreateMessageHeader() const {
+    static const std::string* const headers[] = {
+        &strHeaderST,   &strHeaderOST,   &strHeaderCST,   &strHeaderOCST,
+        &strHeaderSTUF, &strHeaderOSTUF, &strHeaderCSTUF, &strHeaderOCSTUF,
+    };
+    const bool origin = !m_origin.empty();
+    const bool component = !m_component.empty();
+    const bool userAndFunction = !m_userName.empty() || !m_function.empty();
+
+    std::vector<std::string> values = {std::to_string(m_id)};
+    if (origin) {
+        values.push_back(EscapeXml(m_origin, true));
+    }
+    if (component) {
+        values.push_back(EscapeXml(m_component, true));
+    }
+    values.emplace_back(1, ToSeverityChar(m_severity));
+    values.push_back(m_time.ToString());
+    if (userAndFunction) {
+        values.push_back(EscapeXml(m_userName, true));
+        values.push_back(EscapeXml(m_function, true));
+    }
+    return Fill(*headers[(origin ? 1 : 0) + (component ? 2 : 0) + (userAndFunction ? 4 : 0)], values);
+}
+
+std::string Message::CreateParameterElement() const {
+    std::string content;
+    for (const auto& parameter : m_parameters) {
+        content += parameter->GetXMLHeader();
+        content += parameter->GetXMLValue();
+        content += item_end_xml;
+        content += tag_param;
+        content += item_close_xml;
+    }
+    return content.empty() ? content : Element(tag_param_list, content);
+}
+
+std::string Message::CreateChildMsgElement() const {
+    std::string content;
+    for (const Message& child : m_children) {
+        content += child.CreateMessageElement();
+    }
+    return content.empty() ? content : Element(tag_message_list, content);
+}
+
+int Message::Log(Logger* logger) {
+    FileLogger temporary;
+    if (logger == nullptr) {
+        logger = s_defaultLogger != nullptr ? s_defaultLogger : &temporary;
+    }
+    std::string text = GetStringBuffer();
+    return logger->Log(&text, m_severity) ? 1 : 0;
+}
+
+int log_if_set(Logger* logger, Message& message) noexcept {
+    try {
+        if (message.Log(logger) != 0) {
+            return 1;
+        }
+    } catch (...) {
+        err_caught();
+    }
+    ReportNotLogged(message);
+    return 0;
+}
+
+void Message::LogMsg(Message& message) noexcept {
+    log_if_set(s_defaultLogger, message);
+}
+
+void Message::LogNew(int id, const std::string& component, MessageSeverity severity, Parameters parameters) noexcept {
+    try {
+        Message message(id, component, severity, parameters);
+        LogMsg(message);
+    } catch (...) {
+        err_caught();
+        std::fputs("Message cannot be logged\n", stderr);
+        WriteStack();
+    }
+}
+
+void Message::LogMsg(int id, const std::string& component, MessageSeverity severity) noexcept {
+    LogNew(id, component, severity, {});
+}
+
+void Message::LogMsg(int id, const std::string& component, MessageSeverity severity, const Parameter& p1) noexcept {
+    LogNew(id, component, severity, {&p1});
+}
+
+void Message::LogMsg(int id, const std::string& component, MessageSeverity severity, const Parameter& p1,
+                     const Parameter& p2) noexcept {
+    LogNew(id, component, severity, {&p1, &p2});
+}
+
+void Message::LogMsg(int id, const std::string& component, MessageSeverity severity, const Parameter& p1,
+                     const Parameter& p2, const Parameter& p3) noexcept {
+    LogNew(id, component, severity, {&p1, &p2, &p3});
+}
+
+namespace {
+constexpr std::string_view severityLetters = "DIWEFS";
+} // namespace
+
+char Message::ToSeverityChar(MessageSeverity severity) noexcept {
+    const bool known = severity >= SeverityDebug && severity <= SeveritySixth;
+    return severityLetters[static_cast<std::size_t>(known ? severity : SeverityInformational)];
+}
+
+MessageSeverity Message::FromSeverityChar(char letter) noexcept {
+    const std::size_t number = severityLetters.find(letter);
+    return number == std::string_view::npos ? SeverityInformational : static_cast<MessageSeverity>(number);
+}
+
+MessageSeverity Message::FromSeverityChar(const char* text) noexcept {
+    return FromSeverityChar(text == nullptr ? '\0' : *text);
+}
+
+MessageParameter::MessageParameter(Message& message)
+    : Parameter(ParameterMessage, message.GetStringForMessageParam()) {}
+
+std::string MessageParameter::GetXMLValue() const {
+    return GetValue();
+}
+
+std::unique_ptr<Parameter> MessageParameter::Clone() const {
+    return std::make_unique<MessageParameter>(*this);
+}
+
+} // namespace I18NMessage

@@ -1,0 +1,101 @@
+#include "MessageLIB/Parameter.h"
+
+#include <utility>
+
+namespace I18NMessage {
+
+namespace {
+
+/// The length of the UTF-8 character at the start of `text` when XML allows it and it is no control character,
+/// else 0.
+std::size_t CharacterLength(std::string_view text) noexcept {
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (byte(0) < 0x80) {
+        return byte(0) >= 0x20 && byte(0) != 0x7F ? 1 : 0;
+    }
+    const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length) {
+        return 0;
+    }
+    unsigned long code = byte(0) & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80) {
+            return 0;
+        }
+        code = code << 6 | (byte(i) & 0x3FU);
+    }
+    constexpr unsigned long shortest[] = {0, 0, 0xA0, 0x800, 0x10000};
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    const bool noCharacter = code == 0xFFFE || code == 0xFFFF || code > 0x10FFFF;
+    return code < shortest[length] || surrogate || noCharacter ? 0 : length;
+}
+
+/// What stands for `c` in XML, or an empty text when it stands for itself.
+std::string_view Reference(char c, bool attribute) noexcept {
+    switch (c) {
+    case '&': return "&amp;";
+    case '<': return "&lt;";
+    case '>': return "&gt;";
+    case '"': return attribute ? "&quot;" : "";
+    case '\t': return "&#9;";
+    case '\n': return "&#10;";
+    case '\r': return "&#13;";
+    default: return "";
+    }
+}
+
+} // namespace
+
+std::string EscapeXml(std::string_view text, bool attribute) {
+    std::string escaped;
+    escaped.reserve(text.size());
+    while (!text.empty()) {
+        const std::string_view reference = Reference(text.front(), attribute);
+        const std::size_t length = reference.empty() ? CharacterLength(text) : 1;
+        if (!reference.empty()) {
+            escaped += reference;
+        } else if (length > 0) {
+            escaped += text.substr(0, length);
+        } else {
+            escaped += '?';
+        }
+        text.remove_prefix(length > 0 ? length : 1);
+    }
+    return escaped;
+}
+
+Parameter::Parameter() = default;
+
+Parameter::Parameter(const char* text) : m_value(text == nullptr ? "" : text) {}
+
+Parameter::Parameter(int number) : Parameter(static_cast<long>(number)) {}
+
+Parameter::Parameter(unsigned number) : Parameter(static_cast<long>(number)) {}
+
+Parameter::Parameter(long number) : m_type(ParameterNumber), m_value(std::to_string(number)) {}
+
+Parameter::Parameter(ParameterType type, std::string value) : m_type(type), m_value(std::move(value)) {}
+
+Parameter::~Parameter() = default;
+
+std::string Parameter::GetXMLHeader() const {
+    std::string header;
+    header += item_open_xml;
+    header += tag_param;
+    header += item_space;
+    header += attr_type;
+    header += item_equals;
+    header += std::to_string(m_type);
+    header += item_close_xml_quote;
+    return header;
+}
+
+std::string Parameter::GetXMLValue() const {
+    return EscapeXml(m_value, false);
+}
+
+std::unique_ptr<Parameter> Parameter::Clone() const {
+    return std::unique_ptr<Parameter>(new Parameter(*this));
+}
+
+} // namespace I18NMessage

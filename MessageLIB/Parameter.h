@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace I18NMessage {
+
+/// The vocabulary of the log's XML elements.
+inline constexpr std::string_view item_open_xml = "<";
+inline constexpr std::string_view item_close_xml = ">";
+inline constexpr std::string_view item_end_xml = "</";
+inline constexpr std::string_view item_space = " ";
+inline constexpr std::string_view item_equals = "=\"";
+inline constexpr std::string_view item_quote = "\"";
+inline constexpr std::string_view item_close_xml_quote = "\">";
+inline constexpr std::string_view tag_message = "M";
+inline constexpr std::string_view tag_param_list = "PS";
+inline constexpr std::string_view tag_param = "P";
+inline constexpr std::string_view tag_message_list = "MS";
+inline constexpr std::string_view attr_id = "ID";
+inline constexpr std::string_view attr_origin = "O";
+inline constexpr std::string_view attr_component = "C";
+inline constexpr std::string_view attr_severity = "S";
+inline constexpr std::string_view attr_time = "T";
+inline constexpr std::string_view attr_type = "T";
+inline constexpr std::string_view attr_user = "U";
+inline constexpr std::string_view attr_function = "F";
+
+/// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line
+/// of well-formed XML whatever the bytes: line ends and tabs become references, other control characters and
+/// bytes that are no UTF-8 become "?".
+std::string EscapeXml(std::string_view text, bool attribute);
+
+/// How a parameter's value is to be read; written as its number.
+enum ParameterType : int {
+    ParameterText = 0,
+    ParameterMessage = 1,
+    ParameterNumber = 3,
+};
+
+/// A typed value of a message record.
+class Parameter {
+public:
+    /// An empty text.
+    Parameter();
+    /// A null pointer gives the empty text.
+    Parameter(const char* text);
+    Parameter(int number);
+    Parameter(long number);
+    Parameter(unsigned number);
+    Parameter(const Parameter&) = default;
+    Parameter(Parameter&&) = default;
+    Parameter& operator=(const Parameter&) = default;
+    Parameter& operator=(Parameter&&) = default;
+    virtual ~Parameter();
+
+    ParameterType GetType() const noexcept { return m_type; }
+    const std::string& GetValue() const noexcept { return m_value; }
+
+    /// The opening of the parameter's element, up to its value.
+    std::string GetXMLHeader() const;
+    /// The value as it stands inside the element.
+    virtual std::string GetXMLValue() const;
+    virtual std::unique_ptr<Parameter> Clone() const;
+
+protected:
+    Parameter(ParameterType type, std::string value);
+
+private:
+    ParameterType m_type = ParameterText;
+    std::string m_value;
+};
+
+} // namespace I18NMessage

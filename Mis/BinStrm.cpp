@@ -1,0 +1,189 @@
+#include "Mis/BinStrm.h"
+
+#include "MessageLIB/MessageIds.h"
+#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/VError.h"
+#include "classlib/File.h"
+
+#include <cassert>
+#include <cerrno>
+#include <memory>
+
+namespace {
+
+using Error = std::unique_ptr<VI18NError>;
+
+Error MakeError(int number, const std::string& file) {
+    return std::make_unique<VI18NError>(modBinaryStream, number, file.c_str());
+}
+
+[[noreturn]] void Throw(int number, const std::string& file) {
+    err_throw(MakeError(number, file));
+}
+
+/// Takes `cause` over.
+[[noreturn]] void Throw(int number, const std::string& file, VI18NError* cause) {
+    Error owned(cause);
+    Error error = MakeError(number, file);
+    error->SetChildError(owned.release());
+    err_throw(std::move(error));
+}
+
+} // namespace
+
+VBinaryStream::VBinaryStream() = default;
+
+VBinaryStream::~VBinaryStream() {
+    try {
+        Close();
+    } catch (...) {
+        err_caught();
+    }
+}
+
+void VBinaryStream::Open(const char* filespec, AccessMode mode) {
+    assert(m_file == 0);
+    assert(m_buffer == 0);
+    m_name = filespec == nullptr ? "" : filespec;
+    m_direction = Direction::none;
+    m_writeError = 0;
+    // An empty name fails without touching errno.
+    errno = 0;
+    switch (mode) {
+    case ReadMode:
+    case ReadShareMode: OpenToRead(filespec); break;
+    case WriteMode:
+        m_file = sys_fopen(filespec, "w+b", 0);
+        m_openKind = OpenKind::write;
+        if (m_file == nullptr) {
+            Throw(msgCannotCreate, m_name);
+        }
+        break;
+    case UpdateMode: OpenToUpdate(filespec); break;
+    }
+}
+
+void VBinaryStream::OpenToRead(const char* filespec) {
+    m_file = sys_fopen(filespec, "rb", 0);
+    m_openKind = OpenKind::readOnly;
+    if (m_file != nullptr) {
+        return;
+    }
+    if (errno == ENOENT) {
+        err_throw(
+            std::make_unique<VI18NFileNotFoundError>(modBinaryStream, I18NMessage::SeverityError, m_name.c_str()));
+    }
+    Throw(msgCannotOpen, m_name);
+}
+
+void VBinaryStream::OpenToUpdate(const char* filespec) {
+    m_file = sys_fopen(filespec, "r+b", 0);
+    m_openKind = OpenKind::update;
+    if (m_file == nullptr && !txccl::File::exists(m_name)) {
+        if (errno == EACCES) {
+            err_throw(std::make_unique<VI18NError>(modBinaryStream, msgSearchFailed));
+        }
+        // Exclusively, so that a file that appeared meanwhile keeps its content.
+        m_file = sys_fopen(filespec, "w+bx", 0);
+    }
+    if (m_file == nullptr) {
+        Throw(msgCannotCreate, m_name);
+    }
+}
+
+void VBinaryStream::Close() {
+    if (m_file == nullptr) {
+        return;
+    }
+    if (m_openKind != OpenKind::readOnly) {
+        try {
+            Flush();
+        } catch (...) {
+            CloseFile();
+            throw;
+        }
+    }
+    if (!CloseFile()) {
+        Throw(msgCannotClose, m_name);
+    }
+}
+
+bool VBinaryStream::CloseFile() {
+    std::FILE* file = m_file;
+    m_file = nullptr;
+    return std::fclose(file) == 0;
+}
+
+void VBinaryStream::Flush() {
+    if (m_file == nullptr) {
+        return;
+    }
+    errno = m_writeError;
+    if (std::fflush(m_file) != 0 || std::ferror(m_file) != 0) {
+        Throw(msgFlushFailed, m_name, getSystemError());
+    }
+    m_direction = Direction::none;
+}
+
+/// Between a write and a read the standard stream wants a seek, which may go nowhere.
+void VBinaryStream::Turn(Direction direction) {
+    if (m_direction != Direction::none && m_direction != direction) {
+        fseeko(m_file, 0, SEEK_CUR);
+    }
+    m_direction = direction;
+}
+
+unsigned VBinaryStream::ReadRawData(unsigned char* buffer, unsigned count) {
+    if (m_file == nullptr) {
+        return 0;
+    }
+    Turn(Direction::read);
+    return static_cast<unsigned>(std::fread(buffer, 1, count, m_file));
+}
+
+unsigned VBinaryStream::WriteRawData(unsigned char* buffer, unsigned count) {
+    if (m_file == nullptr) {
+        return 0;
+    }
+    Turn(Direction::write);
+    const auto written = static_cast<unsigned>(std::fwrite(buffer, 1, count, m_file));
+    if (written < count) {
+        m_writeError = errno;
+    }
+    return written;
+}
+
+void VBinaryStream::ReadBytes(unsigned char* buffer, unsigned count) {
+    assert(m_file != 0);
+    Turn(Direction::read);
+    if (count == 0) {
+        return;
+    }
+    errno = 0;
+    const bool complete = std::fread(buffer, count, 1, m_file) == 1;
+    if (std::feof(m_file) != 0) {
+        Throw(msgReadFailed, m_name, new VI18NError(modBinaryStream, msgEndOfFile));
+    }
+    if (const int flag = std::ferror(m_file); flag != 0) {
+        Throw(msgReadFailed, m_name, new VI18NError(modBinaryStream, msgStreamError, flag));
+    }
+    if (!complete) {
+        Throw(msgReadFailed, m_name, getSystemError());
+    }
+}
+
+void VBinaryStream::ReadInt16(unsigned short& value) {
+    unsigned wide = 0;
+    ReadInt32(wide, 2);
+    value = static_cast<unsigned short>(wide);
+}
+
+void VBinaryStream::ReadInt32(unsigned& value, int len) {
+    assert(len >= 0 && len <= 4);
+    unsigned char bytes[4] = {};
+    ReadBytes(bytes, static_cast<unsigned>(len));
+    value = 0;
+    for (int i = len; i > 0; --i) {
+        value = value << 8 | bytes[i - 1];
+    }
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+/// A binary file stream of raw bytes and little-endian integers. Failures are thrown as pointers to VI18NError (module
+/// 55, severity 3, the file name as parameter); only the raw calls throw nothing. Opening a stream that is open is an
+/// error of the caller.
+class VBinaryStream {
+public:
+    enum AccessMode {
+        ReadMode = 0,
+        WriteMode = 1,  ///< creates or truncates
+        UpdateMode = 2, ///< reads and writes, creating the file when absent
+        ReadShareMode = 3,
+    };
+
+    VBinaryStream();
+    VBinaryStream(const VBinaryStream&) = delete;
+    VBinaryStream& operator=(const VBinaryStream&) = delete;
+    /// Closes; what fails then is dropped.
+    virtual ~VBinaryStream();
+
+    /// Throws 4144 when the file cannot be read, VI18NFileNotFoundError when it is missing, 4145 when it cannot be
+    /// written or created, 4159 (no parameter) when the directory of a new file cannot be searched. A mode outside of
+    /// the enumeration opens nothing.
+    void Open(const char* filespec, AccessMode mode);
+    /// Closes in any case. Throws 4152 when the last bytes could not be written, else 4148 when closing failed.
+    void Close();
+    /// Throws 4152, whose cause is the system's error, when this or an earlier write failed.
+    void Flush();
+
+    /// Return: the bytes moved, fewer than `count` at the end of the file and after an error; 0 when closed.
+    unsigned ReadRawData(unsigned char* buffer, unsigned count);
+    unsigned WriteRawData(unsigned char* buffer, unsigned count);
+
+    /// Throw 4151, whose cause tells the end of the file (5114) from an error, unless all bytes are read. REQUIRE:
+    /// open.
+    void ReadBytes(unsigned char* buffer, unsigned count);
+    void ReadInt16(unsigned short& value);
+    /// REQUIRES: 0 <= len <= 4.
+    void ReadInt32(unsigned& value, int len);
+
+private:
+    enum class OpenKind { readOnly = 0, write = 1, update = 2 };
+    enum class Direction { read = 0, write = 1, none = 2 };
+
+    void OpenToRead(const char* filespec);
+    void OpenToUpdate(const char* filespec);
+    void Turn(Direction direction);
+    bool CloseFile();
+
+    const unsigned char* m_buffer = nullptr; ///< always null: only files are opened
+    std::FILE* m_file = nullptr;
+    std::string m_name;
+    OpenKind m_openKind = OpenKind::readOnly;
+    Direction m_direction = Direction::none;
+    int m_writeError = 0; ///< errno of the last write that failed
+};

@@ -1,0 +1,234 @@
+#include "Mis/Log.h"
+
+#include "MessageLIB/Message.h"
+#include "MessageLIB/MessageIds.h"
+#include "Mis/Dat.h"
+#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/VError.h"
+#include "Mis/Version.h"
+#include "classlib/FilenameHelper.h"
+
+#include <cassert>
+#include <cctype>
+#include <memory>
+#include <utility>
+
+#include <sys/time.h>
+
+using I18NMessage::FileLogger;
+using I18NMessage::Logger;
+using I18NMessage::Message;
+
+std::FILE* logfp = nullptr;
+std::string lastLogPath;
+std::string lastLogName;
+int maxLogFileSize = 32768;
+int nLogFiles = 4;
+int currLogFileNo = 0;
+bool bAtLeastOneOpen = false;
+logopt g_logopt = {};
+bool g_ErrStart = false;
+LogStatistics g_logStatistics = {};
+
+namespace {
+
+constexpr int modeTruncate = 1;
+constexpr int modeAppend = 0;
+
+/// The block of the open log, which g_logopt points at.
+std::unique_ptr<logblk> currentBlock;
+
+/// lastLogPath and lastLogName outlive the numbered log that set them, so they do not tell.
+bool openLogIsNumbered = false;
+
+std::unique_ptr<logblk> MakeBlock(const std::string& path) {
+    auto block = std::make_unique<logblk>();
+    block->flushEveryLine = 1;
+    block->path[path.copy(block->path, sizeof block->path - 1)] = '\0';
+    return block;
+}
+
+/// Set while a failed write is being reported, which may fail likewise.
+class ReportingFailure {
+public:
+    ReportingFailure() noexcept { s_active = true; }
+    ReportingFailure(const ReportingFailure&) = delete;
+    ReportingFailure& operator=(const ReportingFailure&) = delete;
+    ~ReportingFailure() { s_active = false; }
+    static bool IsActive() noexcept { return s_active; }
+
+private:
+    static bool s_active;
+};
+
+bool ReportingFailure::s_active = false;
+
+void ShowWriteFailure(const logblk& block) {
+    if (ReportingFailure::IsActive()) {
+        return;
+    }
+    const ReportingFailure reporting;
+    VI18NError(modLogs, msgLogWriteFailed, block.path).LogShow();
+}
+
+int WriteToBlock(const std::string& line, logblk* block) {
+    if (std::fputs(line.c_str(), block->fp) < 0) {
+        ShowWriteFailure(*block);
+        return 0;
+    }
+    flushExpiredLines(block);
+    return 1;
+}
+
+int WriteToConsole(std::string& line) {
+    gui_show(0, line.data());
+    return 1;
+}
+
+} // namespace
+
+bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered) {
+    std::string path;
+    if (numbered) {
+        const std::string newPath = dir;
+        const std::string newName = name;
+        lastLogPath = newPath;
+        lastLogName = newName;
+        path = batutil_GetNextFilename(newPath, newName);
+        mode = modeAppend;
+    } else {
+        path = txccl::FilenameHelper::join(dir, name);
+    }
+    auto block = MakeBlock(path);
+    block->fp = sys_fopen(path.c_str(), mode == modeTruncate ? "w" : "a+", 0);
+    if (block->fp == nullptr) {
+        return false;
+    }
+    logfp = block->fp;
+    openLogIsNumbered = numbered;
+    currentBlock = std::move(block);
+    g_logopt.block = currentBlock.get();
+
+    FileLogger* logger = FileLogger::GetGlobalLogger();
+    logger->AttachLogFile(&g_logopt);
+    Message::s_defaultLogger = logger;
+    Logger::s_loggingEnabled = true;
+    if (!bAtLeastOneOpen) {
+        Message::LogMsg(msgVersion, msg_mod2str(modAgent), I18NMessage::SeverityInformational, buildIdentification);
+    }
+    bAtLeastOneOpen = true;
+    return true;
+}
+
+void batutil_LogClose() {
+    Logger::s_loggingEnabled = false;
+    FileLogger::GetGlobalLogger()->DetachLogFile();
+    if (logfp != nullptr) {
+        std::fclose(logfp);
+        logfp = nullptr;
+    }
+    g_logopt.block = nullptr;
+    currentBlock.reset();
+    bAtLeastOneOpen = false;
+}
+
+void batutil_FlushLog() {
+    if (logfp != nullptr) {
+        std::fflush(logfp);
+    }
+}
+
+void batutil_CheckLogSize() {
+    if (logfp == nullptr) {
+        return;
+    }
+    std::fflush(logfp);
+    if (!openLogIsNumbered || (lastLogPath.empty() && lastLogName.empty())) {
+        return;
+    }
+    if (ftello(logfp) <= maxLogFileSize) {
+        return;
+    }
+    batutil_LogClose();
+    batutil_LogOpen(lastLogPath.c_str(), lastLogName.c_str(), modeTruncate, true);
+}
+
+unsigned long gui_show(unsigned long /*flag*/, char* text) {
+    char stamp[16];
+    log_gettimestamp(stamp);
+    std::fprintf(logfp != nullptr ? logfp : stdout, "%s%s\n", stamp, text);
+    batutil_CheckLogSize();
+    return 1;
+}
+
+int I18N_log_show(std::string* text, const logopt* opt, char severity) {
+    UpdateLogStatistics(severity);
+    std::string line = *text;
+    if (opt == nullptr) {
+        return WriteToConsole(line);
+    }
+    constexpr std::size_t longestIdentified = 1022;
+    if (opt->identity != nullptr && line.size() > longestIdentified) {
+        line.resize(longestIdentified);
+    }
+    if (opt->console) {
+        return WriteToConsole(line);
+    }
+    if (opt->block != nullptr) {
+        return WriteToBlock(line, opt->block);
+    }
+    return opt->word == 0 ? WriteToConsole(line) : 1;
+}
+
+int log_gettimestamp(char* buf) {
+    const std::string time = dat_localNow();
+    std::string stamp =
+        time.substr(3, 3) + time.substr(0, 2) + ' ' + time.substr(12, 2) + ':' + time.substr(15, 2) + ' ';
+    for (const std::size_t letter : {1U, 2U}) {
+        stamp[letter] = static_cast<char>(std::tolower(static_cast<unsigned char>(stamp[letter])));
+    }
+    buf[stamp.copy(buf, stamp.size())] = '\0';
+    return static_cast<int>(stamp.size());
+}
+
+void UpdateLogStatistics(char severity) {
+    if (!g_ErrStart) {
+        return;
+    }
+    switch (severity) {
+    case 'E': ++g_logStatistics.errors; break;
+    case 'F': ++g_logStatistics.fatals; break;
+    case 'I': ++g_logStatistics.informational; break;
+    case 'W': ++g_logStatistics.warnings; break;
+    default: break;
+    }
+}
+
+int flushLog(logblk* pThis) {
+    assert(pThis != nullptr);
+    const int result = std::fflush(pThis->fp);
+    if (result == 0) {
+        pThis->lastFlush = getTicks();
+    }
+    return result;
+}
+
+unsigned flushExpiredLines(logblk* pThis) {
+    constexpr unsigned eachFlushed = 50;
+    constexpr unsigned longestAge = 5000;
+    constexpr unsigned mostLines = 200;
+    if (pThis->flushEveryLine == 0) {
+        ++pThis->lines;
+        const bool expired = getTicks() - pThis->lastFlush > longestAge;
+        if (pThis->lines > eachFlushed && !expired && pThis->lines % mostLines != 0) {
+            return 0;
+        }
+    }
+    return static_cast<unsigned>(flushLog(pThis));
+}
+
+unsigned getTicks() {
+    timeval now = {};
+    gettimeofday(&now, nullptr);
+    return static_cast<unsigned>(now.tv_sec) * 1000U + static_cast<unsigned>(now.tv_usec / 1000);
+}

@@ -1,0 +1,85 @@
+#include "Mis/LogRing.h"
+
+#include "Mis/Unix/SysClientUnix.h"
+#include "classlib/File.h"
+#include "classlib/FilenameHelper.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include <sys/stat.h>
+
+namespace {
+
+logfilelist Candidate(const std::string& dir, const std::string& name, int index) {
+    logfilelist file = {};
+    file.path = txccl::FilenameHelper::join(dir, name) + "-" + std::to_string(index + 1) + ".XLOG";
+    file.index = index;
+    file.exists = txccl::File::exists(file.path);
+    struct stat status = {};
+    if (file.exists && stat(file.path.c_str(), &status) == 0) {
+        file.size = status.st_size;
+        file.modified = status.st_mtime;
+    }
+    return file;
+}
+
+/// The existing file that was written last; the first existing one when no time is above zero; files.size() when none
+/// exists.
+std::size_t Newest(const std::vector<logfilelist>& files) {
+    std::size_t newest = files.size();
+    long long latest = 0;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (files[i].exists && (newest == files.size() || files[i].modified > latest)) {
+            newest = i;
+            latest = files[i].modified > 0 ? files[i].modified : 0;
+        }
+    }
+    return newest;
+}
+
+} // namespace
+
+std::size_t ChooseLogFile(const std::vector<logfilelist>& files, long long limit, long long now, bool& recycle) {
+    recycle = false;
+    const std::size_t newest = Newest(files);
+    if (newest == files.size()) {
+        return 0;
+    }
+    if (files[newest].size <= limit) {
+        return newest;
+    }
+    for (std::size_t step = 1; step < files.size(); ++step) {
+        const std::size_t next = (newest + step) % files.size();
+        if (!files[next].exists) {
+            return next;
+        }
+    }
+    std::size_t oldest = newest;
+    long long earliest = now;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (files[i].modified < earliest) {
+            oldest = i;
+            earliest = files[i].modified;
+        }
+    }
+    recycle = true;
+    return oldest;
+}
+
+std::string batutil_GetNextFilename(std::string dir, std::string name) {
+    const long long now = std::time(nullptr);
+    const int count = std::max(nLogFiles, 1);
+    std::vector<logfilelist> files;
+    files.reserve(static_cast<std::size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        files.push_back(Candidate(dir, name, index));
+    }
+    bool recycle = false;
+    const logfilelist& chosen = files[ChooseLogFile(files, maxLogFileSize, now, recycle)];
+    if (recycle) {
+        std::remove(chosen.path.c_str());
+    }
+    currLogFileNo = chosen.index;
+    return chosen.path;
+}

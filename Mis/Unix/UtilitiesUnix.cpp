@@ -1,0 +1,34 @@
+#include "Mis/Unix/UtilitiesUnix.h"
+
+#include <climits>
+#include <cstdlib>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool doesFileExist(const char* path) {
+    return access(path, F_OK) == 0;
+}
+
+bool sys_regularFileSize(const char* path, std::uint64_t& size) {
+    struct stat status = {};
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    size = static_cast<std::uint64_t>(status.st_size);
+    return true;
+}
+
+std::string prs_getprogramsdir() {
+    char program[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof program);
+    if (length < 0) {
+        return {};
+    }
+    const std::string path(program, static_cast<std::size_t>(length));
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+void SetOracleHome(const char* directory) {
+    setenv("ORACLE_HOME", directory, 1);
+}

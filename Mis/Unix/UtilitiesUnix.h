@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// True when `path` names something that can be reached; follows symbolic links.
+bool doesFileExist(const char* path);
+
+/// The size in bytes of the regular file that `path` names. Returns: false for anything else.
+bool sys_regularFileSize(const char* path, std::uint64_t& size);
+
+/// The directory of this program, with its trailing separator; empty when the system does not tell.
+std::string prs_getprogramsdir();
+
+/// Sets ORACLE_HOME in the environment of this process.
+void SetOracleHome(const char* directory);

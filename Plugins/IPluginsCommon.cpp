@@ -1,0 +1,149 @@
+#include "Plugins/IPluginsCommon.h"
+
+#include "Plugins/Unix/IPlugins.h"
+
+#include <cassert>
+#include <cstring>
+
+namespace Plugins {
+
+// ORDER PluginCode_
+// clang-format off
+const char* const plugin_names[16] = {
+    "EXCH",
+    "EXCHMAPI",
+    "SQLSERVER_70",
+    "ORACLE",
+    "ORACLE_RMAN",
+    "OTM",
+    "VAULT",
+    "CLUSTER",
+    "SMS",
+    "VMWARE",
+    "SS",
+    "SHAREPOINT",
+    "SV",
+    "EXCHANGE_VSS",
+    "DPM",
+    "",
+};
+
+const char* const plugin_description[16] = {
+    "Exchange DR",
+    "Exchange MAPI",
+    "MS SQL Server backup and recovery",
+    "Oracle backup and recovery",
+    "Oracle RMAN backup and recovery",
+    "OTM",
+    "Vault backup",
+    "Cluster virtual servers",
+    "Novell SMS",
+    "VMware ESX Console",
+    "System State",
+    "SharePoint",
+    "System Volume",
+    "Exchange DR (VSS)",
+    "DPM Server",
+    "",
+};
+
+const char* const mod_strs[16] = {
+    "EXDB", "EXMA", "MSQL", "ORCL", "RMAN", "OTM ", "VBA ", "CLUS",
+    "SMS ", "VMWR", "SS  ", "SPP ", "SV  ", "EXVS", "DPM ", "",
+};
+
+const int log_codes[16] = {
+    200, 201, 202, 203, 204, 205, 206, 207,
+    208, 209, 210, 211, 212, 213, 214, 0,
+};
+
+const char* const dll_names[16] = {
+    "",
+    "",
+    "",
+    "oracle.so",
+    "orarman.so",
+    "",
+    "",
+    "",
+    "smsPlugin.so",
+    "vmwarePlugin.so",
+    "",
+    "",
+    "",
+    "",
+    "",
+    nullptr,
+};
+// clang-format on
+
+const char* const oracle_8i_solaris_name = "ORACLE_8I_SOLARIS";
+const char* const oracle_8i_solaris_dll = "oracle8i.so";
+
+} // namespace Plugins
+
+using namespace Plugins;
+
+namespace {
+
+constexpr int firstModule = 200;
+
+/// The first row with this name in any letter case, UNDEFINED when there is none.
+PluginCode_ FindRow(const char* name) {
+    for (int row = 0; row < UNDEFINED; ++row) {
+        if (qx_stricmp(name, plugin_names[row]) == 0) {
+            return static_cast<PluginCode_>(row);
+        }
+    }
+    return UNDEFINED;
+}
+
+bool IsAlias(const char* name) {
+    return qx_stricmp(name, oracle_8i_solaris_name) == 0;
+}
+
+} // namespace
+
+PluginCode_ string2code(const VString& name) {
+    if (name.IsEmpty()) {
+        return UNDEFINED;
+    }
+    if (std::strcmp(name, oracle_8i_solaris_name) == 0) {
+        return ORACLE_8I_SOLARIS;
+    }
+    return FindRow(name);
+}
+
+PluginCode_ string2code(const std::string& name) {
+    return string2code(VString(name.c_str()));
+}
+
+VString string2pluginName(const VString& name) {
+    const PluginCode_ row = IsAlias(name) ? ORACLE_8I_SOLARIS : FindRow(name);
+    return plugin_description[row];
+}
+
+VString string2dllName(const VString& name) {
+    if (IsAlias(name)) {
+        return oracle_8i_solaris_dll;
+    }
+    return dll_names[FindRow(name)];
+}
+
+IPlugins* IPlugins::instance() {
+    static IPlugins plugins;
+    return &plugins;
+}
+
+const char* IPlugins::mod2str(int mod) {
+    assert(mod >= 200 && mod < 200 + UNDEFINED);
+    return mod_strs[mod - firstModule];
+}
+
+void IPlugins::setPluginsString(const std::string& plugins) {
+    m_plugins = plugins;
+}
+
+void IPlugins::loadAllPlugins() {
+    m_loaded = true;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Mis/VString.h"
+
+#include <string>
+
+/// The catalogue of the plug-ins that the agent knows: parallel tables, indexed by Plugins::PluginCode_. The lookups
+/// consult the rows 0 to 14; row 15 stands for "unknown".
+namespace Plugins {
+
+enum PluginCode_ {
+    EXCH = 0,
+    EXCHMAPI = 1,
+    SQLSERVER_70 = 2,
+    ORACLE = 3,
+    ORACLE_8I_SOLARIS = ORACLE, ///< an alias with a library of its own
+    ORACLE_RMAN = 4,
+    OTM = 5,
+    VAULT = 6,
+    CLUSTER = 7,
+    SMS = 8,
+    VMWARE = 9,
+    SS = 10,
+    SHAREPOINT = 11,
+    SV = 12,
+    EXCHANGE_VSS = 13,
+    DPM = 14,
+    UNDEFINED = 15,
+};
+
+extern const char* const plugin_names[16];
+extern const char* const plugin_description[16];
+extern const char* const mod_strs[16];  ///< four characters each
+extern const int log_codes[16];         ///< message-module numbers
+extern const char* const dll_names[16]; ///< empty for a plug-in without a library; the last is null
+extern const char* const oracle_8i_solaris_name;
+extern const char* const oracle_8i_solaris_dll;
+
+} // namespace Plugins
+
+/// The code of a name in any letter case, UNDEFINED for an unknown one. The alias counts only in upper case, unlike in
+/// the two lookups below.
+Plugins::PluginCode_ string2code(const VString& name);
+Plugins::PluginCode_ string2code(const std::string& name);
+
+/// The description, and the file name of the library, of a name in any letter case; empty when there is none.
+VString string2pluginName(const VString& name);
+VString string2dllName(const VString& name);

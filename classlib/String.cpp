@@ -1,0 +1,50 @@
+#include "classlib/String.h"
+
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace txccl::string {
+
+namespace {
+
+constexpr bool IsWhitespace(char c) noexcept {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+} // namespace
+
+std::string_view CropEnd(std::string_view text) noexcept {
+    while (!text.empty() && IsWhitespace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+std::string_view Crop(std::string_view text) noexcept {
+    while (!text.empty() && IsWhitespace(text.front())) {
+        text.remove_prefix(1);
+    }
+    return CropEnd(text);
+}
+
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    for (std::size_t end = text.find(separator); end != std::string_view::npos; end = text.find(separator)) {
+        pieces.push_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    pieces.push_back(text);
+    return pieces;
+}
+
+int LeadingNumber(std::string_view text) noexcept {
+    if (text.starts_with('-')) {
+        return 0;
+    }
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    return result.ec == std::errc::result_out_of_range ? std::numeric_limits<int>::max() : number;
+}
+
+} // namespace txccl::string
