@@ -1,0 +1,169 @@
+#include "Mis/KeyTable.h"
+
+#include "classlib/String.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr bool IsDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+
+constexpr char Lowered(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+constexpr bool IsBlank(char c) noexcept {
+    return c == ' ' || c == '\t';
+}
+
+/// The part of `text` that is matched: from its first character that is no blank to the next blank or zero byte.
+std::string_view FirstWord(std::string_view text) noexcept {
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    return text.substr(0, text.find_first_of(std::string_view(" \t\0", 3)));
+}
+
+/// The indices that the digits of `name` can express, 1 for a name without any.
+int SpanOf(std::string_view name) noexcept {
+    const std::size_t first = name.find('%');
+    if (first == std::string_view::npos) {
+        return 1;
+    }
+    if (name.substr(first).starts_with("%%%")) {
+        return 1000;
+    }
+    return name.substr(first).starts_with("%%") ? 100 : 10;
+}
+
+} // namespace
+
+const KeyTable& KeyTable::Instance() {
+    static const KeyTable table;
+    return table;
+}
+
+KeyTable::KeyTable() : m_firstInBucket(), m_nextInBucket() {
+    m_firstInBucket.fill(noRow);
+    m_byId.reserve(taskOptionCount);
+    for (Row row = 0; row < taskOptionCount; ++row) {
+        const _TOInfo& option = taskOptions[row];
+        m_byId.push_back(row);
+        if (const int span = SpanOf(option.keyName); span > 1) {
+            m_families.push_back({option.id, span, row});
+        }
+    }
+    std::stable_sort(m_byId.begin(), m_byId.end(), [](Row a, Row b) { return taskOptions[a].id < taskOptions[b].id; });
+    std::stable_sort(m_families.begin(), m_families.end(),
+                     [](const Family& a, const Family& b) { return a.id < b.id; });
+    // Backwards, so that each bucket lists its rows in table order.
+    for (Row row = taskOptionCount; row-- > 0;) {
+        Row& first = m_firstInBucket[Hash(taskOptions[row].keyName) % bucketCount];
+        m_nextInBucket[row] = first;
+        first = row;
+    }
+}
+
+/// Digits and the marks that stand for them hash alike, and so do the two cases of a letter.
+std::uint32_t KeyTable::Hash(std::string_view name) noexcept {
+    std::uint32_t hash = 2166136261U;
+    for (const char c : name) {
+        const char kind = c == '%' || IsDigit(c) ? '0' : Lowered(c);
+        hash = (hash ^ static_cast<unsigned char>(kind)) * 16777619U;
+    }
+    return hash ^ hash >> 15;
+}
+
+int KeyTable::Normalise(int key) noexcept {
+    if (key > 9999) {
+        key -= key % 10;
+    }
+    if (key > 19999) {
+        key -= key % 100;
+    }
+    if (key > 29999) {
+        key -= key % 1000;
+    }
+    return key;
+}
+
+bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noexcept {
+    *index = 0;
+    for (const char c : FirstWord(text)) {
+        if (*pattern == '%') {
+            if (!IsDigit(c)) {
+                return false;
+            }
+            *index = *index * 10 + (c - '0');
+        } else if (*pattern == '\0' || Lowered(c) != Lowered(*pattern)) {
+            return false;
+        }
+        ++pattern;
+    }
+    return *pattern == '\0';
+}
+
+const _TOInfo* KeyTable::FirstOf(int key) const {
+    const int id = Normalise(key);
+    const auto found = std::lower_bound(m_byId.begin(), m_byId.end(), id,
+                                        [](Row row, int wanted) { return taskOptions[row].id < wanted; });
+    return found != m_byId.end() && taskOptions[*found].id == id ? &taskOptions[*found] : nullptr;
+}
+
+const _TOInfo* KeyTable::FirstLegal(int key, int version, int type) const {
+    const int id = Normalise(key);
+    auto row = std::lower_bound(m_byId.begin(), m_byId.end(), id,
+                                [](Row candidate, int wanted) { return taskOptions[candidate].id < wanted; });
+    for (; row != m_byId.end() && taskOptions[*row].id == id; ++row) {
+        if (taskOptions[*row].IsLegal(version, type)) {
+            return &taskOptions[*row];
+        }
+    }
+    return nullptr;
+}
+
+const _TOInfo* KeyTable::FirstNamed(std::string_view name, int version, int type, int* index) const {
+    const std::string_view word = FirstWord(txccl::string::CropEnd(name));
+    for (Row row = m_firstInBucket[Hash(word) % bucketCount]; row != noRow; row = m_nextInBucket[row]) {
+        const _TOInfo& option = taskOptions[row];
+        if (option.IsLegal(version, type) && Match(word, option.keyName, index)) {
+            return &option;
+        }
+    }
+    return nullptr;
+}
+
+const _TOInfo* KeyTable::LastNaming(int key, int version, int type) const {
+    constexpr int longestSpan = 1000;
+    const _TOInfo* last = nullptr;
+    const auto consider = [&](Row row) {
+        if (taskOptions[row].IsLegal(version, type)) {
+            last = std::max(last, &taskOptions[row]);
+        }
+    };
+    const auto byId = [](Row row, int wanted) { return taskOptions[row].id < wanted; };
+    for (auto row = std::lower_bound(m_byId.begin(), m_byId.end(), key, byId);
+         row != m_byId.end() && taskOptions[*row].id == key; ++row) {
+        consider(*row);
+    }
+    auto family = std::upper_bound(m_families.begin(), m_families.end(), key,
+                                   [](int wanted, const Family& candidate) { return wanted < candidate.id; });
+    while (family != m_families.begin() && key - (--family)->id < longestSpan) {
+        if (key - family->id < family->span) {
+            consider(family->row);
+        }
+    }
+    return last;
+}
+
+std::string KeyTable::NameOf(const _TOInfo& row, int key) {
+    std::string name = row.keyName;
+    int index = key - row.id;
+    for (std::size_t digit = name.rfind('%'); digit != std::string::npos; digit = name.rfind('%')) {
+        name[digit] = static_cast<char>('0' + index % 10);
+        index /= 10;
+    }
+    return name;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Mis/TaskOptions.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Lookups over taskOptions. Each answers as a scan of the whole table would, first row to last, but looks only at the
+/// rows that can fit.
+class KeyTable {
+public:
+    /// The one table, indexed on first use.
+    static const KeyTable& Instance();
+
+    /// The id under which the table may hold `key`: keys above 9999 stand for a family of 10, those above 19999 of 100
+    /// and those above 29999 of 1000.
+    static int Normalise(int key) noexcept;
+
+    /// True when `text`, up to its first blank and in any letter case, is `pattern` with a digit for each "%"; the
+    /// digits are then the decimal number `*index`.
+    static bool Match(std::string_view text, const char* pattern, int* index) noexcept;
+
+    /// The first row for `key`, whatever its version and type; null for none.
+    const _TOInfo* FirstOf(int key) const;
+    /// The first row for `key` that is legal for the version and type; null for none.
+    const _TOInfo* FirstLegal(int key, int version, int type) const;
+    /// The first legal row that `name` matches and the number that its digits make; null for none.
+    const _TOInfo* FirstNamed(std::string_view name, int version, int type, int* index) const;
+    /// The last legal row that names `key`; null for none.
+    const _TOInfo* LastNaming(int key, int version, int type) const;
+    /// The name of `key` by a row that names it.
+    static std::string NameOf(const _TOInfo& row, int key);
+
+private:
+    using Row = std::uint16_t;
+
+    /// A row whose name takes an index.
+    struct Family {
+        int id;
+        int span; ///< indices that its digits can express
+        Row row;
+    };
+
+    static constexpr Row noRow = taskOptionCount;
+    static constexpr std::size_t bucketCount = 1024;
+
+    KeyTable();
+    static std::uint32_t Hash(std::string_view name) noexcept;
+
+    std::vector<Row> m_byId;        ///< by id, in table order within an id
+    std::vector<Family> m_families; ///< by id
+    std::array<Row, bucketCount> m_firstInBucket;
+    std::array<Row, taskOptionCount> m_nextInBucket; ///< in table order
+};

@@ -1,0 +1,138 @@
+#pragma once
+
+#include "Mis/TaskEntries.h"
+#include "Mis/TaskEntry.h"
+#include "Mis/TaskOptions.h"
+#include "Mis/TaskReader.h"
+#include "Mis/TaskWriter.h"
+#include "Mis/VObject.h"
+#include "Mis/VString.h"
+#include "Mis/Version.h"
+#include "classlib/FilenameHelper.h"
+#include "classlib/Signature.h"
+
+#include <string>
+#include <string_view>
+
+/// A task-data file in memory: four header values and entries, each a key of the key table with a text.
+///
+/// Operations return 1 for success and 0 for not found, not legal, or present while overwriting is not allowed; loading
+/// and saving also -1. Nothing here throws but for want of memory. Keys are full key numbers, index included.
+class VTaskData : public VObject, public txccl::Signature::SignableObject {
+public:
+    /// Nothing is read yet. In raw mode values are kept as they are, without code-page conversion.
+    VTaskData(const char* fileName, bool rawMode);
+    VTaskData(const std::string& fileName, bool rawMode);
+    VTaskData(const VString& fileName, bool rawMode);
+
+    /// The SHA-1 of the text that Serialize gives; see txccl::Signature for who owns it. Sorts the entries.
+    unsigned char* binary_signature() override;
+
+    int GetVersion() const noexcept { return m_version; }
+    void SetVersion(int version) noexcept { m_version = version; }
+    int GetMaxVersion() const noexcept { return maxVersion; }
+    int GetType() const noexcept { return m_type; }
+    void SetType(int type) noexcept { m_type = type; }
+    /// The comment is written as the first line, verbatim, and never read back.
+    int SetComment(const VString& comment);
+    int SetComment(const std::string& comment);
+    int SetComment(const char* comment);
+    const std::string& GetTaskName() const noexcept { return m_fileName; }
+    /// The number, from 1, and the text of the physical line at which the last parse failed.
+    int GetErrorLine() const noexcept { return m_errorLine; }
+    void GetErrorLine(std::string& text) const { text = m_errorText; }
+
+    /// Each clears `*out` first.
+    int GetRaw(int key, std::string* out) const;
+    int GetString(int key, std::string* out) const;
+    int GetString(int key, VString* out) const;
+    /// `buf` must have room for the value and its terminator; no bound is applied.
+    int GetString(int key, char* buf) const;
+
+    /// A new value is cropped, one that replaces another is not. 0 unless the value fits the key.
+    int SetRaw(int key, const std::string& value, bool overwrite);
+    int SetString(int key, const std::string& value, bool overwrite);
+    int SetString(int key, const char* value, bool overwrite);
+    int SetString(int key, const VString& value, bool overwrite);
+
+    int DeleteKey(int key);
+    /// REQUIRES: start <= end.
+    int DeleteKey(int start, int end);
+
+    /// Typed values. A get answers 0 as well when the value is not of the kind, a set when it cannot be written so.
+    int GetBool(int key, bool* out) const;
+    int SetBool(int key, bool value, bool overwrite);
+    int GetNumeric(int key, int* out) const;
+    int SetNumeric(int key, int value, bool overwrite);
+    /// `index` counts the names of the key's row from 0.
+    int GetEnum(int key, int* index) const;
+    int SetEnum(int key, int index, bool overwrite);
+    /// Bit n stands for the name with the index n.
+    int GetMask(int key, unsigned* mask) const;
+    int SetMask(int key, unsigned mask, bool overwrite);
+    /// The plain text of a password key.
+    int GetPassword(int key, std::string* out) const;
+    int SetPassword(int key, const std::string& value, bool overwrite);
+
+    /// True when the key is legal for this object's version and type and the value fits it.
+    bool IsValidEntry(int key, const std::string& value) const;
+
+    /// The first row for the key, whatever its version and type.
+    static int GetKeyInfo(int key, _TOInfo& info);
+    /// The name by the last legal row that names the key; else `name` stays as it is.
+    static int GetKeyName(int key, std::string& name, int version, int type);
+    /// The key by the first legal row that matches the name, in any letter case.
+    static int GetKeyID(const std::string& name, int* key, int version, int type);
+    /// True when `text`, up to its first blank, is `pattern` with a digit for each "%"; the digits make `*index`.
+    static bool KeyMatch(const char* text, const char* pattern, int* index);
+
+    /// An empty name stands for the object's own. Loading adds to what the object holds.
+    /// Return: 1 loaded; 0 syntax error; -1 missing, above 64 MiB, or unreadable. Unless `context` is null,
+    /// LoadFromFile reports a syntax error: with `showError` as PARS 4456, else as PARS 4783 twice (file, line and
+    /// file, line, text).
+    int LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects);
+    int LoadFile(std::string name, bool applySideEffects);
+    /// Reads a whole text, or one physical line of it. Return: false at a line that is refused; those before it count.
+    /// Side effects: the first "Plugins" line of the process is handed to the plug-in registry, Oracle's home is set.
+    bool Deserialize(std::string& text, bool applySideEffects);
+    bool ParseLine(std::string line, bool applySideEffects);
+
+    /// Writes over the file, in place. Returns: bytes written; 0 on a write error; -1 when it cannot be opened.
+    long SaveToFile(std::string name);
+    /// Replaces `out` by the whole text, entries sorted. Returns: its length.
+    long Serialize(std::string& out);
+    /// Appends the lines for one entry. Returns: true.
+    bool UnparseLine(VTDEntry& entry, std::string& out);
+    /// Appends the lines that close all open sections.
+    void ClosingLine(std::string& out);
+
+private:
+    static constexpr int maxVersion = 671;
+
+    static bool extensionLoaded; ///< the plug-in list of this process has been handed over
+
+    bool Parse(std::string_view line, bool applySideEffects);
+    bool StoreHeader(int key, std::string_view value);
+    bool StorePlugins(const std::string& list);
+    bool Store(int key, std::string_view value, bool applySideEffects);
+    int Put(int key, std::string_view value, bool overwrite);
+    bool Fits(int key, std::string_view value) const;
+    void ReportSyntaxError(const std::string& name, bool showError, const char* context);
+    bool IsConverted(int key) const;
+    std::string_view TypeSpec(int key) const;
+
+    int m_type = 1;
+    int m_version = maxVersion;
+    std::string m_buildVersion = programVersion;
+    std::string m_fileName;
+    TaskEntries m_entries;
+    int m_errorLine = 0;
+    std::string m_errorText;
+    TaskReader m_reader;
+    TaskWriter m_writer;
+    std::string m_comment;
+    std::string m_pluginsString;
+    bool m_rawMode;
+    txccl::FilenameHelper::UTF8_CodePage m_utf8ToCodePage;
+    txccl::FilenameHelper::CodePage_UTF8 m_codePageToUtf8;
+};

@@ -1,0 +1,187 @@
+// The file side of VTaskData: loading, parsing, saving, and the fingerprint of what would be saved.
+
+#include "MessageLIB/MessageIds.h"
+#include "Mis/KeyTable.h"
+#include "Mis/TaskData.h"
+#include "Mis/Unix/UtilitiesUnix.h"
+#include "Mis/Unix/WholeFile.h"
+#include "Mis/VError.h"
+#include "Plugins/Unix/IPlugins.h"
+#include "classlib/String.h"
+
+#include <cstdint>
+
+using I18NMessage::Message;
+
+namespace {
+
+enum Key {
+    keyType = 11,
+    keyBuildVersion = 12,
+    keyVersion = 13,
+    keyPlugins = 14,
+    keyOracleHome = 12150,
+};
+
+constexpr std::uint64_t largestFile = 64ULL * 1024 * 1024;
+
+/// What a text starts from before its header lines say otherwise.
+constexpr int firstVersion = 101;
+constexpr int firstType = 1;
+
+} // namespace
+
+int VTaskData::LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects) {
+    const int result = LoadFile(name, applySideEffects);
+    if (result == 0 && context != nullptr) {
+        ReportSyntaxError(name.empty() ? m_fileName : name, showError, context);
+    }
+    return result;
+}
+
+int VTaskData::LoadFile(std::string name, bool applySideEffects) {
+    const std::string& path = name.empty() ? m_fileName : name;
+    std::string text;
+    if (sys_readFile(path.c_str(), largestFile, text) < 1) {
+        return -1;
+    }
+    return Deserialize(text, applySideEffects) ? 1 : 0;
+}
+
+void VTaskData::ReportSyntaxError(const std::string& name, bool showError, const char* context) {
+    if (showError) {
+        const std::string text = "syntax error " + name + ", line " + std::to_string(m_errorLine) + ": " + m_errorText;
+        VI18NError(modParser, msgSyntaxErrorText, text.c_str(), context).LogShow(nullptr, VString(""));
+        return;
+    }
+    const char* module = msg_mod2str(modParser);
+    Message::LogMsg(msgSyntaxError, module, I18NMessage::SeverityError, name.c_str(), m_errorLine);
+    Message::LogMsg(msgSyntaxError, module, I18NMessage::SeverityError, name.c_str(), m_errorLine, m_errorText.c_str());
+}
+
+bool VTaskData::Deserialize(std::string& text, bool applySideEffects) {
+    m_reader.Reset();
+    m_errorLine = 0;
+    m_errorText.clear();
+    m_version = firstVersion;
+    m_buildVersion.clear();
+    m_type = firstType;
+    if (text.empty()) {
+        return false;
+    }
+    std::string_view rest = text;
+    for (int number = 1;; ++number) {
+        const std::size_t end = rest.find('\n');
+        const std::string_view line = rest.substr(0, end);
+        if (!Parse(line, applySideEffects)) {
+            m_errorLine = number;
+            m_errorText = txccl::string::CropEnd(line);
+            return false;
+        }
+        if (end == std::string_view::npos) {
+            return true;
+        }
+        rest.remove_prefix(end + 1);
+    }
+}
+
+bool VTaskData::ParseLine(std::string line, bool applySideEffects) {
+    return Parse(line, applySideEffects);
+}
+
+bool VTaskData::Parse(std::string_view line, bool applySideEffects) {
+    switch (m_reader.Next(line)) {
+    case TaskReader::Line::done: return true;
+    case TaskReader::Line::bad: return false;
+    case TaskReader::Line::key: break;
+    }
+    int index = 0;
+    const _TOInfo* row = KeyTable::Instance().FirstNamed(m_reader.Name(), m_version, m_type, &index);
+    return row != nullptr && Store(row->id + index, m_reader.Value(), applySideEffects);
+}
+
+bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
+    if (key == keyType || key == keyBuildVersion || key == keyVersion) {
+        return StoreHeader(key, value);
+    }
+    if (applySideEffects && key == keyOracleHome) {
+        SetOracleHome(std::string(value).c_str());
+    }
+    if (applySideEffects && key == keyPlugins && !extensionLoaded) {
+        return StorePlugins(std::string(value));
+    }
+    return Put(key, value, true) > 0;
+}
+
+bool VTaskData::StoreHeader(int key, std::string_view value) {
+    switch (key) {
+    case keyType: m_type = txccl::string::LeadingNumber(value); return true;
+    case keyBuildVersion: m_buildVersion = value; return true;
+    default: break;
+    }
+    const int version = txccl::string::LeadingNumber(value);
+    if (version > maxVersion) {
+        return false;
+    }
+    m_version = version;
+    return true;
+}
+
+bool VTaskData::StorePlugins(const std::string& list) {
+    m_pluginsString = list;
+    if (SetRaw(keyPlugins, list, true) < 1) {
+        return false;
+    }
+    IPlugins::instance()->setPluginsString(list);
+    IPlugins::instance()->loadAllPlugins();
+    extensionLoaded = true;
+    return true;
+}
+
+long VTaskData::SaveToFile(std::string name) {
+    const std::string& path = name.empty() ? m_fileName : name;
+    std::string text;
+    if (Serialize(text) <= 0) {
+        return 0;
+    }
+    return sys_writeFile(path.c_str(), text);
+}
+
+long VTaskData::Serialize(std::string& out) {
+    m_writer.Reset();
+    m_entries.Sort();
+    out.clear();
+    if (!m_comment.empty()) {
+        out += m_comment;
+        out += "\r\n";
+    }
+    VTDEntry headers[] = {
+        {keyBuildVersion, m_buildVersion, m_version, m_type},
+        {keyVersion, std::to_string(m_version), m_version, m_type},
+        {keyType, std::to_string(m_type), m_version, m_type},
+    };
+    for (VTDEntry& header : headers) {
+        UnparseLine(header, out);
+    }
+    for (VTDEntry& entry : m_entries.All()) {
+        UnparseLine(entry, out);
+    }
+    ClosingLine(out);
+    return static_cast<long>(out.size());
+}
+
+bool VTaskData::UnparseLine(VTDEntry& entry, std::string& out) {
+    std::string name = entry.GetName();
+    GetKeyName(entry.GetKey(), name, m_version, m_type);
+    m_writer.Write(name, entry.GetValue(), out);
+    return true;
+}
+
+void VTaskData::ClosingLine(std::string& out) {
+    m_writer.CloseAll(out);
+}
+
+unsigned char* VTaskData::binary_signature() {
+    std::string text;
+    return Serialize(text) == 0 ? txccl::Signature::binary() : txccl::Signature::binary(text);
+}

@@ -1,0 +1,140 @@
+#include "Mis/TaskEntries.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t usualCount = 50;
+
+using Pointers = std::vector<VTDEntry*>;
+
+/// Merges two sorted runs. Unlike the standard library's algorithms, safe whatever the comparisons answer.
+void Merge(const Pointers& from, std::size_t begin, std::size_t middle, std::size_t end, Pointers& to) {
+    std::size_t left = begin;
+    std::size_t right = middle;
+    for (std::size_t i = begin; i < end; ++i) {
+        const bool takeRight = left == middle || (right < end && *from[right] < *from[left]);
+        to[i] = takeRight ? from[right++] : from[left++];
+    }
+}
+
+Pointers Sorted(std::vector<VTDEntry>& entries) {
+    Pointers sorted;
+    sorted.reserve(entries.size());
+    for (VTDEntry& entry : entries) {
+        sorted.push_back(&entry);
+    }
+    Pointers merged(sorted.size());
+    for (std::size_t run = 1; run < sorted.size(); run *= 2) {
+        for (std::size_t begin = 0; begin < sorted.size(); begin += 2 * run) {
+            const std::size_t middle = std::min(begin + run, sorted.size());
+            Merge(sorted, begin, middle, std::min(middle + run, sorted.size()), merged);
+        }
+        sorted.swap(merged);
+    }
+    return sorted;
+}
+
+} // namespace
+
+TaskEntries::TaskEntries() {
+    m_entries.reserve(usualCount);
+}
+
+TaskEntries::Position TaskEntries::PositionOf(int key) const {
+    const auto index = static_cast<std::size_t>(key);
+    return key > 0 && index < m_positions.size() ? m_positions[index] : none;
+}
+
+const VTDEntry* TaskEntries::Find(int key) const {
+    const Position position = PositionOf(key);
+    return position == none ? nullptr : &m_entries[position];
+}
+
+VTDEntry* TaskEntries::Find(int key) {
+    const Position position = PositionOf(key);
+    return position == none ? nullptr : &m_entries[position];
+}
+
+void TaskEntries::Append(VTDEntry entry) {
+    const auto index = static_cast<std::size_t>(entry.GetKey());
+    if (index >= m_positions.size()) {
+        m_positions.resize(index + 1, none);
+    }
+    m_entries.push_back(std::move(entry));
+    m_positions[index] = static_cast<Position>(m_entries.size() - 1);
+}
+
+bool TaskEntries::Erase(int key) {
+    const Position position = PositionOf(key);
+    if (position == none) {
+        return false;
+    }
+    Forget(position);
+    // Closing each gap at once would make a series of deletions quadratic.
+    if (m_erased.size() > usualCount && m_erased.size() > m_entries.size() / 2) {
+        Compact();
+    }
+    return true;
+}
+
+bool TaskEntries::EraseRange(int first, int last) {
+    const std::size_t before = m_erased.size();
+    const std::size_t end = last < 0 ? 0 : std::min(static_cast<std::size_t>(last) + 1, m_positions.size());
+    for (auto key = static_cast<std::size_t>(std::max(first, 0)); key < end; ++key) {
+        if (m_positions[key] != none) {
+            Forget(m_positions[key]);
+        }
+    }
+    const bool erased = m_erased.size() > before;
+    Compact();
+    return erased;
+}
+
+void TaskEntries::Forget(Position position) {
+    m_erased.push_back(position);
+    m_positions[static_cast<std::size_t>(m_entries[position].GetKey())] = none;
+}
+
+void TaskEntries::Compact() {
+    if (m_erased.empty()) {
+        return;
+    }
+    std::vector<bool> gone(m_entries.size());
+    for (const Position position : m_erased) {
+        gone[position] = true;
+    }
+    std::vector<VTDEntry> kept;
+    kept.reserve(m_entries.size() - m_erased.size());
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        if (!gone[i]) {
+            kept.push_back(std::move(m_entries[i]));
+        }
+    }
+    m_entries = std::move(kept);
+    m_erased.clear();
+    Reindex();
+}
+
+void TaskEntries::Reindex() {
+    for (std::size_t i = 0; i < m_entries.size(); ++i) {
+        m_positions[static_cast<std::size_t>(m_entries[i].GetKey())] = static_cast<Position>(i);
+    }
+}
+
+void TaskEntries::Sort() {
+    Compact();
+    std::vector<VTDEntry> sorted;
+    sorted.reserve(m_entries.size());
+    for (VTDEntry* entry : Sorted(m_entries)) {
+        sorted.push_back(std::move(*entry));
+    }
+    m_entries = std::move(sorted);
+    Reindex();
+}
+
+std::vector<VTDEntry>& TaskEntries::All() {
+    Compact();
+    return m_entries;
+}

@@ -1,0 +1,47 @@
+#include "Mis/TaskEntry.h"
+
+#include "Mis/KeyTable.h"
+#include "classlib/String.h"
+
+VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)
+    : m_typeMask(static_cast<unsigned>(type)), m_version(version), m_key(key), m_value(txccl::string::Crop(value)) {
+    constexpr int firstIndexedKey = 10000;
+    const KeyTable& table = KeyTable::Instance();
+    const _TOInfo* row = table.FirstOf(key);
+    if (row == nullptr) {
+        return;
+    }
+    m_typeMask = row->typeMask;
+    if (key < firstIndexedKey) {
+        m_name = row->keyName;
+    } else if (const _TOInfo* naming = table.LastNaming(key, version, static_cast<int>(row->typeMask))) {
+        m_name = KeyTable::NameOf(*naming, key);
+    }
+}
+
+VTDEntry::~VTDEntry() = default;
+
+VTDEntry& VTDEntry::operator=(const VTDEntry& other) = default;
+
+int VTDEntry::Compare(const VObject* other) const {
+    const auto* entry = dynamic_cast<const VTDEntry*>(other);
+    if (entry == nullptr) {
+        return VObject::Compare(other);
+    }
+    if (*this < *entry) {
+        return -1;
+    }
+    return *this > *entry ? 1 : 0;
+}
+
+bool VTDEntry::operator==(const VTDEntry& other) const {
+    return m_name.empty() || other.m_name.empty() ? m_key == other.m_key : m_name == other.m_name;
+}
+
+bool VTDEntry::operator>(const VTDEntry& other) const {
+    return m_name.empty() || other.m_name.empty() ? m_key > other.m_key : m_name > other.m_name;
+}
+
+bool VTDEntry::operator<(const VTDEntry& other) const {
+    return m_name.empty() || other.m_name.empty() ? m_key < other.m_key : m_name < other.m_name;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Mis/VObject.h"
+
+#include <string>
+#include <string_view>
+
+/// One key of a task-data file with its value.
+///
+/// Entries order by name, byte by byte; where one has no name, by key.
+class VTDEntry : public VObject {
+public:
+    /// Takes the name from the key table; it stays empty for a key without a row. The value is cropped.
+    VTDEntry(int key, const std::string& value, int version, int type);
+    VTDEntry(const VTDEntry&) = default;
+    VTDEntry(VTDEntry&&) = default;
+    ~VTDEntry() override;
+
+    /// Returns: -1, 0 or 1 by the ordering; against an object of another class, by identity.
+    int Compare(const VObject* other) const override;
+    virtual VTDEntry& operator=(const VTDEntry& other);
+    VTDEntry& operator=(VTDEntry&&) = default;
+    virtual bool operator==(const VTDEntry& other) const;
+    virtual bool operator>(const VTDEntry& other) const;
+    virtual bool operator<(const VTDEntry& other) const;
+
+    unsigned GetTypeMask() const noexcept { return m_typeMask; }
+    /// The owner's version when the entry was made.
+    int GetVersion() const noexcept { return m_version; }
+    int GetKey() const noexcept { return m_key; }
+    const std::string& GetName() const noexcept { return m_name; }
+    const std::string& GetValue() const noexcept { return m_value; }
+    void SetValue(std::string_view value) { m_value = value; }
+
+private:
+    unsigned m_typeMask;
+    int m_version;
+    std::string m_name;
+    int m_key;
+    std::string m_value;
+};

@@ -1,0 +1,91 @@
+#include "Mis/TaskReader.h"
+
+#include "classlib/String.h"
+
+using txccl::string::Crop;
+using txccl::string::CropEnd;
+
+namespace {
+
+constexpr std::string_view commentMark = "//";
+constexpr std::string_view continuationMark = "\"-";
+constexpr std::string_view joint = "\"-\"";
+
+std::string_view CutComment(std::string_view line) {
+    line = Crop(line);
+    const std::size_t comment = line.find(commentMark);
+    return comment == std::string_view::npos ? line : CropEnd(line.substr(0, comment));
+}
+
+/// `value` without its joints, kept in `buffer` when there are any. What closes up around a removed joint may look like
+/// one and stays.
+std::string_view RemoveJoints(std::string_view value, std::string& buffer) {
+    std::size_t found = value.find(joint);
+    if (found == std::string_view::npos) {
+        return value;
+    }
+    buffer.clear();
+    while (found != std::string_view::npos) {
+        buffer += value.substr(0, found);
+        value.remove_prefix(found + joint.size());
+        found = value.find(joint);
+    }
+    buffer += value;
+    return buffer;
+}
+
+} // namespace
+
+void TaskReader::Reset() {
+    m_sectionPrefix.clear();
+    m_pendingLine.clear();
+}
+
+TaskReader::Line TaskReader::Next(std::string_view physical) {
+    const std::string_view line = CutComment(physical);
+    if (line.empty()) {
+        return Line::done;
+    }
+    const bool continues = !m_pendingLine.empty() && line.front() == '"';
+    if (!continues) {
+        m_pendingLine.clear();
+        if (!line.ends_with(continuationMark)) {
+            return Complete(line);
+        }
+    }
+    m_pendingLine += line;
+    if (m_pendingLine.ends_with(continuationMark)) {
+        return Line::done;
+    }
+    m_logicalLine.swap(m_pendingLine);
+    m_pendingLine.clear();
+    return Complete(m_logicalLine);
+}
+
+TaskReader::Line TaskReader::Complete(std::string_view logical) {
+    if (logical.ends_with('{')) {
+        logical.remove_suffix(1);
+        m_sectionPrefix += Crop(logical);
+        m_sectionPrefix += '.';
+        return Line::done;
+    }
+    if (logical == "}") {
+        CloseSection();
+        return Line::done;
+    }
+    const std::size_t equals = logical.find('=');
+    if (equals == std::string_view::npos) {
+        return Line::bad;
+    }
+    m_name = m_sectionPrefix;
+    m_name += Crop(logical.substr(0, equals));
+    m_value = RemoveJoints(Crop(logical.substr(equals + 1)), m_joined);
+    return Line::key;
+}
+
+/// A section whose name holds a "." takes one "}" for each of its parts.
+void TaskReader::CloseSection() {
+    const std::size_t size = m_sectionPrefix.size();
+    const std::size_t dot = size < 2 ? std::string::npos : m_sectionPrefix.rfind('.', size - 2);
+    m_sectionPrefix.resize(dot == std::string::npos ? 0 : dot + 1);
+}

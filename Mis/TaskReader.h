@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The line syntax of a task-data text: comments, continued lines, sections, keys with values. Knows no key.
+///
+///     physical = text [ "//" comment ]
+///     logical  = { physical `"-` } physical      each further one begins with `"`
+///     line     = section "{" | "}" | key "=" value
+///
+/// An unfinished logical line is lost when the next line does not begin with a quote, and at the end of the text.
+class TaskReader {
+public:
+    enum class Line {
+        done, ///< no key: empty, unfinished, or the start or end of a section
+        key,  ///< Name() and Value() hold it
+        bad,  ///< neither of these
+    };
+
+    /// Goes back to the start of a text.
+    void Reset();
+
+    /// Takes the next physical line, without its line end.
+    Line Next(std::string_view physical);
+
+    /// The names of the open sections and of the key, joined by ".". Valid until the next call.
+    std::string_view Name() const noexcept { return m_name; }
+    /// The value without surrounding white space and joints. Valid until the next call and as long as the line.
+    std::string_view Value() const noexcept { return m_value; }
+
+private:
+    Line Complete(std::string_view logical);
+    void CloseSection();
+
+    std::string m_sectionPrefix; ///< each open section's name and a "."
+    std::string m_pendingLine;   ///< a logical line that goes on
+    std::string m_logicalLine;   ///< one that was put together from several
+    std::string m_joined;        ///< a value whose joints are removed
+    std::string m_name;
+    std::string_view m_value;
+};

@@ -1,0 +1,61 @@
+#include "Mis/TaskValue.h"
+
+#include "classlib/String.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view booleans = "/TRUE/FALSE/YES/NO/0/1";
+
+constexpr char Raised(char c) noexcept {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+bool IsPartOfBooleans(std::string_view value) {
+    if (value.size() > booleans.size()) {
+        return false;
+    }
+    std::string upper(value);
+    std::transform(upper.begin(), upper.end(), upper.begin(), Raised);
+    return booleans.find(upper) != std::string_view::npos;
+}
+
+bool IsListOfNames(std::string_view typeSpec, std::string_view value) {
+    const std::vector<std::string_view> names = task_enumNames(typeSpec);
+    const std::vector<std::string_view> pieces = txccl::string::Split(value, ',');
+    return std::all_of(pieces.begin(), pieces.end(),
+                       [&names](std::string_view piece) { return task_enumIndex(names, piece) >= 0; });
+}
+
+} // namespace
+
+bool task_valueFits(std::string_view typeSpec, std::string_view value) {
+    if (typeSpec == "#S" || typeSpec == "#P" || typeSpec == "#R") {
+        return true;
+    }
+    if (typeSpec == "#N") {
+        return value.find_first_not_of("0123456789") == std::string_view::npos;
+    }
+    if (typeSpec == "#B") {
+        return IsPartOfBooleans(value);
+    }
+    return typeSpec.starts_with('/') && IsListOfNames(typeSpec, value);
+}
+
+std::vector<std::string_view> task_enumNames(std::string_view typeSpec) {
+    if (!typeSpec.starts_with('/')) {
+        return {};
+    }
+    return txccl::string::Split(typeSpec.substr(1), '/');
+}
+
+int task_enumIndex(const std::vector<std::string_view>& names, std::string_view name) {
+    const auto found = std::find_if(names.begin(), names.end(),
+                                    [name](std::string_view candidate) { return task_equals(candidate, name); });
+    return found == names.end() ? -1 : static_cast<int>(found - names.begin());
+}
+
+bool task_equals(std::string_view a, std::string_view b) noexcept {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Raised(x) == Raised(y); });
+}

@@ -1,0 +1,95 @@
+#include "Mis/TaskWriter.h"
+
+#include "classlib/String.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view lineEnd = "\r\n";
+constexpr std::size_t longestLine = 78;
+
+void Indent(std::size_t depth, std::string& out) {
+    constexpr std::size_t unit = 2;
+    out.append(unit * depth, ' ');
+}
+
+void WriteBroken(std::string_view line, std::string& out) {
+    while (line.size() > longestLine) {
+        out += line.substr(0, longestLine);
+        out += "\"-\r\n\"";
+        line.remove_prefix(longestLine);
+    }
+    out += line;
+    out += lineEnd;
+}
+
+} // namespace
+
+void TaskWriter::Reset() {
+    m_open.clear();
+}
+
+void TaskWriter::Write(std::string_view name, std::string_view value, std::string& out) {
+    const Parts parts = txccl::string::Split(name, '.');
+    CloseSections(parts, out);
+    OpenSections(parts, out);
+
+    std::string line;
+    Indent(parts.size() - 1, line);
+    if (!name.empty()) {
+        line += parts.back();
+        line += " = ";
+    }
+    line += value;
+    WriteBroken(line, out);
+    if (m_open.empty()) {
+        out += lineEnd;
+    }
+}
+
+/// Below the first section that differs, one is closed for each level that the key or the open sections have. That is
+/// more than differ when the key lies deeper than they do: all are then closed, to be opened again.
+void TaskWriter::CloseSections(const Parts& parts, std::string& out) {
+    const std::size_t depth = parts.size() - 1;
+    const std::size_t levels = std::max(depth, m_open.size());
+    bool matching = true;
+    for (std::size_t i = 0; i <= levels; ++i) {
+        if (i > depth || !matching) {
+            if (m_open.empty()) {
+                return;
+            }
+            CloseInnermost(out);
+            out += m_open.empty() ? "" : lineEnd;
+        } else if (i < m_open.size() && parts[i] != m_open[i]) {
+            matching = false;
+        }
+    }
+}
+
+void TaskWriter::OpenSections(const Parts& parts, std::string& out) {
+    for (std::size_t level = m_open.size(); level + 1 < parts.size(); ++level) {
+        Indent(level, out);
+        out += parts[level];
+        out += " {";
+        out += lineEnd;
+        m_open.emplace_back(parts[level]);
+    }
+}
+
+void TaskWriter::CloseInnermost(std::string& out) {
+    m_open.pop_back();
+    Indent(m_open.size(), out);
+    out += '}';
+    out += lineEnd;
+}
+
+void TaskWriter::CloseAll(std::string& out) {
+    if (m_open.empty()) {
+        return;
+    }
+    while (!m_open.empty()) {
+        CloseInnermost(out);
+    }
+    out += lineEnd;
+}
