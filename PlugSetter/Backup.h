@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+/// Copies `srcDir` + `fileName` byte for byte to `dstDir` under `dstName`, or under its own name when that is empty,
+/// and deletes the source if asked to. Both directories end in the separator; the destination's is created. A missing
+/// source is no error and leaves no trace; a source that cannot be deleted is logged (UTIL 7946, warning). Throws a
+/// pointer to VI18NError: 4341 (directory) when the destination's directory cannot be created, 7947 for what no error
+/// object explains, and what the streams throw.
+void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName, bool deleteSource);
+
+/// Copies each file of bakFiles back to where it belongs, first to last, and logs UTIL 7945. At the first failure it
+/// stops and logs UTIL 7943 (fatal) instead. Never throws.
+void rollback();

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Mis/NamCommon.h"
+
+#include <list>
+#include <string>
+
+/// The state of a run, set by the run sequence and read by its steps.
+
+/// A file that was saved: where it belongs and where its copy is.
+struct BackupEntry {
+    VFileName live;
+    VFileName copy;
+};
+
+enum RegType { registerPlugin = 0, unregisterPlugin = 1 };
+
+extern int regType;
+extern std::string plugName;             ///< as given on the command line
+extern std::string installationDir;      ///< ends in the separator
+extern std::string backupDir;            ///< ends in the separator; with the node's name once the run has got that far
+extern char agentName[65];               ///< this machine's node name
+extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving
+
+namespace csl {
+
+struct Files {
+    static constexpr const char* GLOBAL = "Global.qxc";
+};
+
+} // namespace csl

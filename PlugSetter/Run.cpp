@@ -1,0 +1,139 @@
+#include "PlugSetter/Run.h"
+
+#include "MessageLIB/Message.h"
+#include "MessageLIB/MessageIds.h"
+#include "Mis/Log.h"
+#include "Mis/Unix/Dsk.h"
+#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/VError.h"
+#include "PlugSetter/Backup.h"
+#include "PlugSetter/CommandLine.h"
+#include "PlugSetter/ExitCodes.h"
+#include "PlugSetter/Globals.h"
+#include "PlugSetter/Upgrade.h"
+#include "classlib/File.h"
+
+#include <cstdio>
+#include <string>
+
+using I18NMessage::Message;
+
+namespace {
+
+/// Deletes a directory, given with its separator, if it is empty. Returns: a negative number on failure, which by the
+/// convention of sys_delete never happens: a directory that is missing or in use is no failure.
+int DeleteDirectory(std::string directory) {
+    directory.pop_back();
+    if (directory.find_first_of("*?") != std::string::npos) {
+        // To sys_delete this would be a pattern.
+        return std::remove(directory.c_str()) == 0 ? 1 : 0;
+    }
+    return sys_delete(directory.c_str()) ? 1 : 0;
+}
+
+void OpenLog(const std::string& logFileName) {
+    if (!txccl::File::exists(installationDir)) {
+        dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
+    }
+    constexpr int truncate = 1;
+    batutil_LogOpen(installationDir.c_str(), logFileName.c_str(), truncate, false);
+}
+
+/// Sets `savedBackupDir` to the backup directory and goes on with this node's directory below it.
+void PrepareBackupDir(std::string& savedBackupDir) {
+    if (DeleteDirectory(backupDir) < 0) {
+        err_throw(std::make_unique<VI18NError>(modUtility, msgBackupDirNotDeleted, I18NMessage::SeverityFatal,
+                                               backupDir.c_str()));
+    }
+    sys_getnodename(agentName, sizeof agentName - 1);
+    savedBackupDir = backupDir;
+    backupDir += agentName;
+    backupDir += VFileName("", -1, false).GetPathSeparator();
+}
+
+/// Returns: true when the change is made; else `error` says why, unless nothing did.
+bool MakeChange(const std::string& logFileName, std::string& savedBackupDir, VI18NError& error) {
+    try {
+        OpenLog(logFileName);
+        PrepareBackupDir(savedBackupDir);
+        upgrade();
+        return true;
+    } catch (VI18NError& thrown) {
+        error = thrown;
+    } catch (...) {
+        const auto thrown = err_caught();
+        if (dynamic_cast<VI18NError*>(thrown.get()) != nullptr) {
+            error.CopyFrom(thrown.get());
+        }
+    }
+    return false;
+}
+
+void ReportError(VI18NError& error) {
+    if (!error.IsError()) {
+        error = VI18NError(modUtility, msgUnknownFailure, I18NMessage::SeverityError);
+    }
+    Message::LogMsg(*error.GetMessage());
+}
+
+void CleanUp(const std::string& savedBackupDir) {
+    if (!savedBackupDir.empty() && DeleteDirectory(savedBackupDir) < 0) {
+        Message::LogMsg(msgBackupDirNotDeleted, msg_mod2str(modUtility), I18NMessage::SeverityWarning,
+                        savedBackupDir.c_str());
+    }
+}
+
+void ReportOutcome(bool success, const std::string& commandLine) {
+    const char* module = msg_mod2str(modUtility);
+    if (success) {
+        Message::LogMsg(msgSucceeded, module, I18NMessage::SeverityInformational);
+        return;
+    }
+    Message::LogMsg(msgFailed, module, I18NMessage::SeverityFatal);
+    Message::LogMsg(msgCommandLine, module, I18NMessage::SeverityInformational, commandLine.c_str());
+}
+
+void ForgetBackups() noexcept {
+    for (BackupEntry* entry : bakFiles) {
+        delete entry;
+    }
+    bakFiles.clear();
+}
+
+/// Runs a step of the wrap-up. What fails there, for want of memory, must not keep the next step from running.
+template <class Step> void attempt(Step step) noexcept {
+    try {
+        step();
+    } catch (...) {
+        err_caught();
+    }
+}
+
+int runGuarded(const CommandLine& commandLine) {
+    std::string savedBackupDir;
+    VI18NError error;
+    const bool success = MakeChange(commandLine.logFileName, savedBackupDir, error);
+    if (!success) {
+        attempt([&] { ReportError(error); });
+        attempt(rollback);
+    }
+    attempt([&] { CleanUp(savedBackupDir); });
+    attempt([&] { ReportOutcome(success, commandLine.text); });
+    batutil_FlushLog();
+    batutil_LogClose();
+    ForgetBackups();
+    return success ? exitSuccess : exitFailure;
+}
+
+} // namespace
+
+int runPlugSetter(int argc, char** argv) {
+    int exitCode = exitFailure;
+    attempt([&] {
+        CommandLine commandLine;
+        if (parseCommandLine(argc, argv, commandLine)) {
+            exitCode = runGuarded(commandLine);
+        }
+    });
+    return exitCode;
+}
