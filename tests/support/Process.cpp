@@ -1,0 +1,54 @@
+#include "tests/support/Process.h"
+
+#include "tests/support/TempDir.h"
+
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void Exec(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+    std::vector<char*> arguments;
+    for (const std::string& argument : command) {
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    for (const std::string& setting : environment) {
+        putenv(const_cast<char*>(setting.c_str()));
+    }
+    alarm(60);
+    execv(arguments[0], arguments.data());
+    _exit(127);
+}
+
+void Redirect(const std::string& path, int descriptor) {
+    dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), descriptor);
+}
+
+} // namespace
+
+Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+    const TempDir scratch;
+    const pid_t child = fork();
+    if (child == 0) {
+        Redirect(scratch / "output", STDOUT_FILENO);
+        Redirect(scratch / "errors", STDERR_FILENO);
+        Exec(command, environment);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    Outcome outcome;
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    outcome.output = ReadFile(scratch / "output");
+    outcome.errors = ReadFile(scratch / "errors");
+    return outcome;
+}
+
+Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment) {
+    arguments.insert(arguments.begin(), TOOL);
+    return RunProgram(arguments, environment);
+}
