@@ -1,0 +1,27 @@
+# Sourced by the other scripts: need PACKAGE... makes sure that Debian packages are there.
+
+build_packages="g++ cmake ninja-build libssl-dev"
+test_packages="libgtest-dev libgmock-dev"
+
+missing_packages() {
+    for package in "$@"; do
+        status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null) || status=
+        [ "$status" = "install ok installed" ] || echo "$package"
+    done
+}
+
+need() {
+    missing=$(missing_packages "$@" | tr '\n' ' ')
+    [ -n "$missing" ] || return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "Missing Debian packages: $missing" >&2
+        echo "Install them with: apt-get install $missing" >&2
+        exit 1
+    fi
+    echo "Installing: $missing" >&2
+    {
+        apt-get update -qq
+        # shellcheck disable=SC2086
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
+    } >&2
+}
