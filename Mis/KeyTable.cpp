@@ -23,7 +23,27 @@ std::string_view FirstWord(std::string_view text) noexcept {
     while (!text.empty() && IsBlank(text.front())) {
         text.remove_prefix(1);
     }
-    return text.substr(0, text.find_first_of(std::string_view(" \t\0", 3)));
+    std::size_t length = 0;
+    while (length < text.size() && !IsBlank(text[length]) && text[length] != '\0') {
+        ++length;
+    }
+    return text.substr(0, length);
+}
+
+bool MatchWord(std::string_view word, const char* pattern, int* index) noexcept {
+    *index = 0;
+    for (const char c : word) {
+        if (*pattern == '%') {
+            if (!IsDigit(c)) {
+                return false;
+            }
+            *index = *index * 10 + (c - '0');
+        } else if (Lowered(c) != Lowered(*pattern)) {
+            return false;
+        }
+        ++pattern;
+    }
+    return *pattern == '\0';
 }
 
 /// The indices that the digits of `name` can express, 1 for a name without any.
@@ -90,19 +110,7 @@ int KeyTable::Normalise(int key) noexcept {
 }
 
 bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noexcept {
-    *index = 0;
-    for (const char c : FirstWord(text)) {
-        if (*pattern == '%') {
-            if (!IsDigit(c)) {
-                return false;
-            }
-            *index = *index * 10 + (c - '0');
-        } else if (*pattern == '\0' || Lowered(c) != Lowered(*pattern)) {
-            return false;
-        }
-        ++pattern;
-    }
-    return *pattern == '\0';
+    return MatchWord(FirstWord(text), pattern, index);
 }
 
 const _TOInfo* KeyTable::FirstOf(int key) const {
@@ -128,7 +136,7 @@ const _TOInfo* KeyTable::FirstNamed(std::string_view name, int version, int type
     const std::string_view word = FirstWord(txccl::string::CropEnd(name));
     for (Row row = m_firstInBucket[Hash(word) % bucketCount]; row != noRow; row = m_nextInBucket[row]) {
         const _TOInfo& option = taskOptions[row];
-        if (option.IsLegal(version, type) && Match(word, option.keyName, index)) {
+        if (option.IsLegal(version, type) && MatchWord(word, option.keyName, index)) {
             return &option;
         }
     }

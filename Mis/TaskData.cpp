@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 bool VTaskData::extensionLoaded = false;
 
@@ -74,7 +75,9 @@ int VTaskData::Put(int key, std::string_view value, bool overwrite) {
     }
     VTDEntry* entry = m_entries.Find(key);
     if (entry == nullptr) {
-        m_entries.Append(VTDEntry(key, std::string(value), m_version, m_type));
+        VTDEntry created(key, std::string(), m_version, m_type);
+        created.SetValue(txccl::string::Crop(value));
+        m_entries.Append(std::move(created));
         return 1;
     }
     if (!overwrite) {

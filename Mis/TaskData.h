@@ -111,6 +111,7 @@ private:
 
     static bool extensionLoaded; ///< the plug-in list of this process has been handed over
 
+    bool ParseAll(std::string_view text, bool applySideEffects);
     bool Parse(std::string_view line, bool applySideEffects);
     bool StoreHeader(int key, std::string_view value);
     bool StorePlugins(const std::string& list);
@@ -118,6 +119,7 @@ private:
     int Put(int key, std::string_view value, bool overwrite);
     bool Fits(int key, std::string_view value) const;
     void ReportSyntaxError(const std::string& name, bool showError, const char* context);
+    std::size_t LongestText();
     bool IsConverted(int key) const;
     std::string_view TypeSpec(int key) const;
 

@@ -69,7 +69,12 @@ bool VTaskData::Deserialize(std::string& text, bool applySideEffects) {
     if (text.empty()) {
         return false;
     }
-    std::string_view rest = text;
+    const bool accepted = ParseAll(text, applySideEffects);
+    m_reader.ReleaseBuffers();
+    return accepted;
+}
+
+bool VTaskData::ParseAll(std::string_view rest, bool applySideEffects) {
     for (int number = 1;; ++number) {
         const std::size_t end = rest.find('\n');
         const std::string_view line = rest.substr(0, end);
@@ -151,6 +156,7 @@ long VTaskData::Serialize(std::string& out) {
     m_writer.Reset();
     m_entries.Sort();
     out.clear();
+    out.reserve(LongestText());
     if (!m_comment.empty()) {
         out += m_comment;
         out += "\r\n";
@@ -168,6 +174,17 @@ long VTaskData::Serialize(std::string& out) {
     }
     ClosingLine(out);
     return static_cast<long>(out.size());
+}
+
+/// Room for the whole text, so that it is never moved while it grows.
+std::size_t VTaskData::LongestText() {
+    constexpr std::size_t headerLines = 1024;
+    constexpr std::size_t sectionLines = 64;
+    std::size_t length = headerLines + m_comment.size();
+    for (const VTDEntry& entry : m_entries.All()) {
+        length += sectionLines + 2 * entry.GetName().size() + entry.GetValue().size() + entry.GetValue().size() / 12;
+    }
+    return length;
 }
 
 bool VTaskData::UnparseLine(VTDEntry& entry, std::string& out) {

@@ -522,7 +522,9 @@ constexpr bool RowIsSound(const _TOInfo& row) {
         firstVersion <= row.minVersion && row.minVersion <= row.maxVersion && row.maxVersion <= lastVersion;
     const bool kind =
         spec.starts_with('/') || (spec.size() == 2 && std::string_view("HSPRBN").find(spec[1]) != spec.npos);
-    return row.id != 0 && row.typeMask != 0 && versions && kind && header == (spec == "#H");
+    constexpr std::size_t longestName = 60; // leaves room on a line for indent, equals sign and value
+    return row.id != 0 && name.size() <= longestName && row.typeMask != 0 && versions && kind &&
+           header == (spec == "#H");
 }
 
 /// A name that is legal in some version is legal in the last one, too: no load followed by a save may lose it.

@@ -2,6 +2,8 @@
 
 #include "classlib/String.h"
 
+#include <algorithm>
+
 using txccl::string::Crop;
 using txccl::string::CropEnd;
 
@@ -17,28 +19,17 @@ std::string_view CutComment(std::string_view line) {
     return comment == std::string_view::npos ? line : CropEnd(line.substr(0, comment));
 }
 
-/// `value` without its joints, kept in `buffer` when there are any. What closes up around a removed joint may look like
-/// one and stays.
-std::string_view RemoveJoints(std::string_view value, std::string& buffer) {
-    std::size_t found = value.find(joint);
-    if (found == std::string_view::npos) {
-        return value;
-    }
-    buffer.clear();
-    while (found != std::string_view::npos) {
-        buffer += value.substr(0, found);
-        value.remove_prefix(found + joint.size());
-        found = value.find(joint);
-    }
-    buffer += value;
-    return buffer;
-}
-
 } // namespace
 
 void TaskReader::Reset() {
     m_sectionPrefix.clear();
     m_pendingLine.clear();
+}
+
+void TaskReader::ReleaseBuffers() {
+    m_logicalLine = {};
+    m_name = {};
+    m_value = {};
 }
 
 TaskReader::Line TaskReader::Next(std::string_view physical) {
@@ -79,7 +70,7 @@ TaskReader::Line TaskReader::Complete(std::string_view logical) {
     }
     m_name = m_sectionPrefix;
     m_name += Crop(logical.substr(0, equals));
-    m_value = RemoveJoints(Crop(logical.substr(equals + 1)), m_joined);
+    m_value = RemoveJoints(Crop(logical.substr(equals + 1)), logical);
     return Line::key;
 }
 
@@ -88,4 +79,27 @@ void TaskReader::CloseSection() {
     const std::size_t size = m_sectionPrefix.size();
     const std::size_t dot = size < 2 ? std::string::npos : m_sectionPrefix.rfind('.', size - 2);
     m_sectionPrefix.resize(dot == std::string::npos ? 0 : dot + 1);
+}
+
+/// What closes up around a removed joint may look like one, and stays.
+std::string_view TaskReader::RemoveJoints(std::string_view value, std::string_view logical) {
+    std::size_t found = value.find(joint);
+    if (found == std::string_view::npos) {
+        return value;
+    }
+    // A value of many lines may be long, so it moves together where it is.
+    auto begin = static_cast<std::size_t>(value.data() - logical.data());
+    if (logical.data() != m_logicalLine.data()) {
+        m_logicalLine = value;
+        value = m_logicalLine;
+        begin = 0;
+    }
+    char* const first = m_logicalLine.data() + begin;
+    char* end = first;
+    for (; found != std::string_view::npos; found = value.find(joint)) {
+        end = std::copy_n(value.data(), found, end);
+        value.remove_prefix(found + joint.size());
+    }
+    end = std::copy(value.begin(), value.end(), end);
+    return {first, end};
 }

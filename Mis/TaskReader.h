@@ -24,6 +24,9 @@ public:
     /// Takes the next physical line, without its line end.
     Line Next(std::string_view physical);
 
+    /// Gives back the memory that long lines took.
+    void ReleaseBuffers();
+
     /// The names of the open sections and of the key, joined by ".". Valid until the next call.
     std::string_view Name() const noexcept { return m_name; }
     /// The value without surrounding white space and joints. Valid until the next call and as long as the line.
@@ -32,11 +35,11 @@ public:
 private:
     Line Complete(std::string_view logical);
     void CloseSection();
+    std::string_view RemoveJoints(std::string_view value, std::string_view logical);
 
     std::string m_sectionPrefix; ///< each open section's name and a "."
     std::string m_pendingLine;   ///< a logical line that goes on
-    std::string m_logicalLine;   ///< one that was put together from several
-    std::string m_joined;        ///< a value whose joints are removed
+    std::string m_logicalLine;   ///< one that was put together from several, or a value whose joints are removed
     std::string m_name;
     std::string_view m_value;
 };

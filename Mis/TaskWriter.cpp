@@ -3,6 +3,7 @@
 #include "classlib/String.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
@@ -14,13 +15,17 @@ void Indent(std::size_t depth, std::string& out) {
     out.append(unit * depth, ' ');
 }
 
-void WriteBroken(std::string_view line, std::string& out) {
-    while (line.size() > longestLine) {
-        out += line.substr(0, longestLine);
+/// Ends a line of which `used` characters stand already, breaking it where it gets too long.
+void WriteBroken(std::size_t used, std::string_view text, std::string& out) {
+    assert(used <= longestLine);
+    while (used + text.size() > longestLine) {
+        const std::size_t room = longestLine - used;
+        out += text.substr(0, room);
         out += "\"-\r\n\"";
-        line.remove_prefix(longestLine);
+        text.remove_prefix(room);
+        used = 0;
     }
-    out += line;
+    out += text;
     out += lineEnd;
 }
 
@@ -35,14 +40,13 @@ void TaskWriter::Write(std::string_view name, std::string_view value, std::strin
     CloseSections(parts, out);
     OpenSections(parts, out);
 
-    std::string line;
-    Indent(parts.size() - 1, line);
+    const std::size_t lineStart = out.size();
+    Indent(parts.size() - 1, out);
     if (!name.empty()) {
-        line += parts.back();
-        line += " = ";
+        out += parts.back();
+        out += " = ";
     }
-    line += value;
-    WriteBroken(line, out);
+    WriteBroken(out.size() - lineStart, value, out);
     if (m_open.empty()) {
         out += lineEnd;
     }

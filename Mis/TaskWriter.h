@@ -12,7 +12,7 @@ public:
     void Reset();
 
     /// Appends the lines of one key: those that close and open sections, and its own. `name` is dotted; a key without a
-    /// name is a bare value.
+    /// name is a bare value. REQUIRES: a name that leaves room for the value on its line, as all in the key table do.
     void Write(std::string_view name, std::string_view value, std::string& out);
 
     /// Appends the lines that close all open sections.
