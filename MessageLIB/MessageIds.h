@@ -38,7 +38,6 @@ inline constexpr int msgReadFailed = 4151;   // (file)
 inline constexpr int msgFlushFailed = 4152;  // (file)
 inline constexpr int msgSearchFailed = 4159; // the directory of a new file cannot be searched
 inline constexpr int msgFileNotFound = 4166; // (file)
-inline constexpr int msgBufferTooShort = 5113;
 inline constexpr int msgEndOfFile = 5114;
 inline constexpr int msgStreamError = 5115; // (error flag)
 

@@ -154,12 +154,14 @@ unsigned VBinaryStream::WriteRawData(unsigned char* buffer, unsigned count) {
 }
 
 void VBinaryStream::ReadBytes(unsigned char* buffer, unsigned count) {
-    assert(m_file != 0);
-    Turn(Direction::read);
     if (count == 0) {
         return;
     }
     errno = 0;
+    if (m_file == nullptr) {
+        Throw(msgReadFailed, m_name, getSystemError());
+    }
+    Turn(Direction::read);
     const bool complete = std::fread(buffer, count, 1, m_file) == 1;
     if (std::feof(m_file) != 0) {
         Throw(msgReadFailed, m_name, new VI18NError(modBinaryStream, msgEndOfFile));

@@ -34,8 +34,7 @@ public:
     unsigned ReadRawData(unsigned char* buffer, unsigned count);
     unsigned WriteRawData(unsigned char* buffer, unsigned count);
 
-    /// Throw 4151, whose cause tells the end of the file (5114) from an error, unless all bytes are read. REQUIRE:
-    /// open.
+    /// Throw 4151, whose cause tells the end of the file (5114) from an error, unless all bytes are read.
     void ReadBytes(unsigned char* buffer, unsigned count);
     void ReadInt16(unsigned short& value);
     /// REQUIRES: 0 <= len <= 4.

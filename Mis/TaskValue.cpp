@@ -23,9 +23,16 @@ bool IsPartOfBooleans(std::string_view value) {
 
 bool IsListOfNames(std::string_view typeSpec, std::string_view value) {
     const std::vector<std::string_view> names = task_enumNames(typeSpec);
-    const std::vector<std::string_view> pieces = txccl::string::Split(value, ',');
-    return std::all_of(pieces.begin(), pieces.end(),
-                       [&names](std::string_view piece) { return task_enumIndex(names, piece) >= 0; });
+    for (;;) {
+        const std::size_t comma = value.find(',');
+        if (task_enumIndex(names, value.substr(0, comma)) < 0) {
+            return false;
+        }
+        if (comma == std::string_view::npos) {
+            return true;
+        }
+        value.remove_prefix(comma + 1);
+    }
 }
 
 } // namespace
