@@ -2,6 +2,7 @@
 
 #include "Mis/Dat.h"
 
+#include <chrono>
 #include <cstdio>
 
 #include <sys/time.h>
@@ -12,11 +13,23 @@ MessageTime::MessageTime(const std::tm& time, int hundredths) noexcept
     : m_set(true), m_time(time), m_hundredths(hundredths) {}
 
 MessageTime MessageTime::GetUTCNow() {
+    using namespace std::chrono;
     timeval now = {};
-    std::tm utc = {};
-    if (gettimeofday(&now, nullptr) != 0 || gmtime_r(&now.tv_sec, &utc) == nullptr) {
+    if (gettimeofday(&now, nullptr) != 0) {
         return {};
     }
+    // Not gmtime_r: that reads the time zone's file first.
+    const sys_seconds moment{seconds(now.tv_sec)};
+    const sys_days day = floor<days>(moment);
+    const year_month_day date(day);
+    const hh_mm_ss<seconds> time(moment - day);
+    std::tm utc = {};
+    utc.tm_year = static_cast<int>(date.year()) - 1900;
+    utc.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    utc.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+    utc.tm_hour = static_cast<int>(time.hours().count());
+    utc.tm_min = static_cast<int>(time.minutes().count());
+    utc.tm_sec = static_cast<int>(time.seconds().count());
     return {utc, static_cast<int>(now.tv_usec / 10000)};
 }
 
