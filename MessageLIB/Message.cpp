@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 #include <execinfo.h>
@@ -14,34 +15,19 @@ namespace I18NMessage {
 
 namespace {
 
-void AppendAttribute(std::string& header, std::string_view name, std::string_view marker) {
-    header += item_space;
-    header += name;
-    header += item_equals;
-    header += marker;
-    header += item_quote;
-}
-
-std::string MakeHeader(bool origin, bool component, bool userAndFunction) {
-    std::string header;
-    header += item_open_xml;
-    header += tag_message;
-    AppendAttribute(header, attr_id, "%d");
-    if (origin) {
-        AppendAttribute(header, attr_origin, "%s");
-    }
-    if (component) {
-        AppendAttribute(header, attr_component, "%s");
-    }
-    AppendAttribute(header, attr_severity, "%c");
-    AppendAttribute(header, attr_time, "%s");
-    if (userAndFunction) {
-        AppendAttribute(header, attr_user, "%s");
-        AppendAttribute(header, attr_function, "%s");
-    }
-    header += item_close_xml;
-    return header;
-}
+// ORDER header patterns: origin, component, and user with function count 1, 2 and 4
+// clang-format off
+constexpr std::string_view headerPatterns[] = {
+    R"(<M ID="%d" S="%c" T="%s">)",
+    R"(<M ID="%d" O="%s" S="%c" T="%s">)",
+    R"(<M ID="%d" C="%s" S="%c" T="%s">)",
+    R"(<M ID="%d" O="%s" C="%s" S="%c" T="%s">)",
+    R"(<M ID="%d" S="%c" T="%s" U="%s" F="%s">)",
+    R"(<M ID="%d" O="%s" S="%c" T="%s" U="%s" F="%s">)",
+    R"(<M ID="%d" C="%s" S="%c" T="%s" U="%s" F="%s">)",
+    R"(<M ID="%d" O="%s" C="%s" S="%c" T="%s" U="%s" F="%s">)",
+};
+// clang-format on
 
 /// `pattern` with its two-character markers replaced by the values, in order.
 std::string Fill(std::string_view pattern, const std::vector<std::string>& values) {
@@ -81,6 +67,7 @@ void ReportNotLogged(Message& message) noexcept {
         std::fputs("Message not logged: ", stderr);
         std::fputs(text.c_str(), stderr);
     } catch (...) {
+        err_caught();
         std::fputs("Message cannot be logged\n", stderr);
     }
     WriteStack();
@@ -88,14 +75,15 @@ void ReportNotLogged(Message& message) noexcept {
 
 } // namespace
 
-const std::string strHeaderST = MakeHeader(false, false, false);
-const std::string strHeaderOST = MakeHeader(true, false, false);
-const std::string strHeaderCST = MakeHeader(false, true, false);
-const std::string strHeaderOCST = MakeHeader(true, true, false);
-const std::string strHeaderSTUF = MakeHeader(false, false, true);
-const std::string strHeaderOSTUF = MakeHeader(true, false, true);
-const std::string strHeaderCSTUF = MakeHeader(false, true, true);
-const std::string strHeaderOCSTUF = MakeHeader(true, true, true);
+// ORDER header patterns
+const std::string strHeaderST(headerPatterns[0]);
+const std::string strHeaderOST(headerPatterns[1]);
+const std::string strHeaderCST(headerPatterns[2]);
+const std::string strHeaderOCST(headerPatterns[3]);
+const std::string strHeaderSTUF(headerPatterns[4]);
+const std::string strHeaderOSTUF(headerPatterns[5]);
+const std::string strHeaderCSTUF(headerPatterns[6]);
+const std::string strHeaderOCSTUF(headerPatterns[7]);
 
 StringContainer::~StringContainer() = default;
 
@@ -151,22 +139,6 @@ Message::Message(int id, const std::string& component, MessageSeverity severity,
                  const Parameter& p2, const Parameter& p3)
     : Message(id, component, severity, Parameters{&p1, &p2, &p3}) {}
 
-Message::Message(const Message& other)
-    : StringContainer(other), m_id(other.m_id), m_origin(other.m_origin), m_component(other.m_component),
-      m_severity(other.m_severity), m_time(other.m_time), m_children(other.m_children), m_function(other.m_function),
-      m_userName(other.m_userName) {
-    for (const auto& parameter : other.m_parameters) {
-        m_parameters.push_back(parameter->Clone());
-    }
-}
-
-Message& Message::operator=(const Message& other) {
-    if (this != &other) {
-        *this = Message(other);
-    }
-    return *this;
-}
-
 Message::~Message() = default;
 
 std::string Message::GetString() {
@@ -183,17 +155,19 @@ std::string Message::GetStringForMessageParam() {
 }
 
 void Message::AddParameter(const Parameter& parameter) {
-    m_parameters.push_back(parameter.Clone());
+    m_parameters.push_back(parameter);
 }
 
 void Message::InsertParameter(unsigned position, Parameter* owned) {
-    std::unique_ptr<Parameter> parameter(owned);
-    const std::size_t before = std::min<std::size_t>(position, m_parameters.size());
-    m_parameters.insert(m_parameters.begin() + static_cast<std::ptrdiff_t>(before), std::move(parameter));
+    const std::unique_ptr<Parameter> parameter(owned);
+    if (parameter != nullptr) {
+        const std::size_t before = std::min<std::size_t>(position, m_parameters.size());
+        m_parameters.insert(m_parameters.begin() + static_cast<std::ptrdiff_t>(before), *parameter);
+    }
 }
 
 void Message::AddChild(const Message& child) {
-    m_children.push_back(Message(child));
+    m_children.push_back(child);
 }
 
 std::string Message::CreateMessageElement() const {
@@ -207,10 +181,6 @@ std::string Message::CreateMessageElement() const {
 }
 
 std::string Message::CreateMessageHeader() const {
-    static const std::string* const headers[] = {
-        &strHeaderST,   &strHeaderOST,   &strHeaderCST,   &strHeaderOCST,
-        &strHeaderSTUF, &strHeaderOSTUF, &strHeaderCSTUF, &strHeaderOCSTUF,
-    };
     const bool origin = !m_origin.empty();
     const bool component = !m_component.empty();
     const bool userAndFunction = !m_userName.empty() || !m_function.empty();
@@ -228,14 +198,14 @@ std::string Message::CreateMessageHeader() const {
         values.push_back(EscapeXml(m_userName, true));
         values.push_back(EscapeXml(m_function, true));
     }
-    return Fill(*headers[(origin ? 1 : 0) + (component ? 2 : 0) + (userAndFunction ? 4 : 0)], values);
+    return Fill(headerPatterns[(origin ? 1 : 0) + (component ? 2 : 0) + (userAndFunction ? 4 : 0)], values);
 }
 
 std::string Message::CreateParameterElement() const {
     std::string content;
-    for (const auto& parameter : m_parameters) {
-        content += parameter->GetXMLHeader();
-        content += parameter->GetXMLValue();
+    for (const Parameter& parameter : m_parameters) {
+        content += parameter.GetXMLHeader();
+        content += parameter.GetXMLValue();
         content += item_end_xml;
         content += tag_param;
         content += item_close_xml;
@@ -252,11 +222,13 @@ std::string Message::CreateChildMsgElement() const {
 }
 
 int Message::Log(Logger* logger) {
-    FileLogger temporary;
-    if (logger == nullptr) {
-        logger = s_defaultLogger != nullptr ? s_defaultLogger : &temporary;
-    }
     std::string text = GetStringBuffer();
+    if (logger == nullptr) {
+        logger = s_defaultLogger;
+    }
+    if (logger == nullptr) {
+        return FileLogger().Log(&text, m_severity) ? 1 : 0;
+    }
     return logger->Log(&text, m_severity) ? 1 : 0;
 }
 
@@ -325,13 +297,5 @@ MessageSeverity Message::FromSeverityChar(const char* text) noexcept {
 
 MessageParameter::MessageParameter(Message& message)
     : Parameter(ParameterMessage, message.GetStringForMessageParam()) {}
-
-std::string MessageParameter::GetXMLValue() const {
-    return GetValue();
-}
-
-std::unique_ptr<Parameter> MessageParameter::Clone() const {
-    return std::make_unique<MessageParameter>(*this);
-}
 
 } // namespace I18NMessage

@@ -4,7 +4,6 @@
 #include "MessageLIB/Parameter.h"
 
 #include <initializer_list>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +13,7 @@ struct logopt;
 /// Numbered message records: every report is a record that is written as one line of XML through a logger. A record
 /// carries numbers and parameters, never a text.
 ///
-/// Logging answers by result (1 written or deliberately dropped, 0 not written) and never throws to who reports.
+/// Logging answers by result: 1 written or deliberately dropped, 0 not written. LogMsg and log_if_set never throw.
 namespace I18NMessage {
 
 enum MessageSeverity : int {
@@ -77,6 +76,7 @@ private:
     logopt* m_options = nullptr;
 };
 
+/// A record. Its time and its origin are those of the moment when it is made.
 class Message : public StringContainer {
 public:
     Message(int id, const std::string& component, MessageSeverity severity);
@@ -84,9 +84,9 @@ public:
     Message(int id, const std::string& component, MessageSeverity severity, const Parameter& p1, const Parameter& p2);
     Message(int id, const std::string& component, MessageSeverity severity, const Parameter& p1, const Parameter& p2,
             const Parameter& p3);
-    Message(const Message& other);
+    Message(const Message&) = default;
     Message(Message&&) = default;
-    Message& operator=(const Message& other);
+    Message& operator=(const Message&) = default;
     Message& operator=(Message&&) = default;
     ~Message() override;
 
@@ -104,10 +104,10 @@ public:
     void SetTime(const MessageTime& time) noexcept { m_time = time; }
     void SetFunction(const std::string& function) { m_function = function; }
     void SetUserName(const std::string& userName) { m_userName = userName; }
-    const std::vector<std::unique_ptr<Parameter>>& GetParameters() const noexcept { return m_parameters; }
+    const std::vector<Parameter>& GetParameters() const noexcept { return m_parameters; }
 
     void AddParameter(const Parameter& parameter);
-    /// Takes `owned` over and puts it before position `position`, at the end when there is no such position.
+    /// Takes `owned` over, unless it is null, and puts it before position `position`, at the end when there is none.
     void InsertParameter(unsigned position, Parameter* owned);
     /// Adds a copy of a cause, which is written inside of this record.
     void AddChild(const Message& child);
@@ -150,7 +150,7 @@ private:
     std::string m_component;
     MessageSeverity m_severity;
     MessageTime m_time;
-    std::vector<std::unique_ptr<Parameter>> m_parameters;
+    std::vector<Parameter> m_parameters;
     std::vector<Message> m_children;
     std::string m_function;
     std::string m_userName;
@@ -161,8 +161,6 @@ private:
 class MessageParameter : public Parameter {
 public:
     explicit MessageParameter(Message& message);
-    std::string GetXMLValue() const override;
-    std::unique_ptr<Parameter> Clone() const override;
 };
 
 /// Logs `message` if logging is possible and says so on standard error if it failed. Never throws. Returns: 1 when it

@@ -91,11 +91,7 @@ std::string Parameter::GetXMLHeader() const {
 }
 
 std::string Parameter::GetXMLValue() const {
-    return EscapeXml(m_value, false);
-}
-
-std::unique_ptr<Parameter> Parameter::Clone() const {
-    return std::unique_ptr<Parameter>(new Parameter(*this));
+    return m_type == ParameterMessage ? m_value : EscapeXml(m_value, false);
 }
 
 } // namespace I18NMessage

@@ -1,31 +1,22 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 
 namespace I18NMessage {
 
-/// The vocabulary of the log's XML elements.
+/// The vocabulary of the log's XML elements; the openings of records stand in Message.cpp.
 inline constexpr std::string_view item_open_xml = "<";
 inline constexpr std::string_view item_close_xml = ">";
 inline constexpr std::string_view item_end_xml = "</";
 inline constexpr std::string_view item_space = " ";
 inline constexpr std::string_view item_equals = "=\"";
-inline constexpr std::string_view item_quote = "\"";
 inline constexpr std::string_view item_close_xml_quote = "\">";
 inline constexpr std::string_view tag_message = "M";
 inline constexpr std::string_view tag_param_list = "PS";
 inline constexpr std::string_view tag_param = "P";
 inline constexpr std::string_view tag_message_list = "MS";
-inline constexpr std::string_view attr_id = "ID";
-inline constexpr std::string_view attr_origin = "O";
-inline constexpr std::string_view attr_component = "C";
-inline constexpr std::string_view attr_severity = "S";
-inline constexpr std::string_view attr_time = "T";
 inline constexpr std::string_view attr_type = "T";
-inline constexpr std::string_view attr_user = "U";
-inline constexpr std::string_view attr_function = "F";
 
 /// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line
 /// of well-formed XML whatever the bytes: line ends and tabs become references, other control characters and
@@ -35,7 +26,7 @@ std::string EscapeXml(std::string_view text, bool attribute);
 /// How a parameter's value is to be read; written as its number.
 enum ParameterType : int {
     ParameterText = 0,
-    ParameterMessage = 1,
+    ParameterMessage = 1, ///< the value is a record's XML
     ParameterNumber = 3,
 };
 
@@ -60,9 +51,8 @@ public:
 
     /// The opening of the parameter's element, up to its value.
     std::string GetXMLHeader() const;
-    /// The value as it stands inside the element.
-    virtual std::string GetXMLValue() const;
-    virtual std::unique_ptr<Parameter> Clone() const;
+    /// The value as it stands inside the element: escaped, unless it is XML itself.
+    std::string GetXMLValue() const;
 
 protected:
     Parameter(ParameterType type, std::string value);

@@ -18,8 +18,8 @@ public:
         m_result += '-';
         m_result += std::to_string(message.GetID());
         const char* separator = ": ";
-        for (const auto& parameter : message.GetParameters()) {
-            m_result += separator + parameter->GetValue();
+        for (const I18NMessage::Parameter& parameter : message.GetParameters()) {
+            m_result += separator + parameter.GetValue();
             separator = ", ";
         }
     }

@@ -21,11 +21,9 @@ Error MakeError(int number, const std::string& file) {
     err_throw(MakeError(number, file));
 }
 
-/// Takes `cause` over.
-[[noreturn]] void Throw(int number, const std::string& file, VI18NError* cause) {
-    Error owned(cause);
+[[noreturn]] void Throw(int number, const std::string& file, Error cause) {
     Error error = MakeError(number, file);
-    error->SetChildError(owned.release());
+    error->SetChildError(cause.release());
     err_throw(std::move(error));
 }
 
@@ -119,8 +117,8 @@ void VBinaryStream::Flush() {
         return;
     }
     errno = m_writeError;
-    if (std::fflush(m_file) != 0 || std::ferror(m_file) != 0) {
-        Throw(msgFlushFailed, m_name, getSystemError());
+    if (std::fflush(m_file) != 0 || m_writeError != 0) {
+        Throw(msgFlushFailed, m_name, Error(getSystemError()));
     }
     m_direction = Direction::none;
 }
@@ -128,9 +126,16 @@ void VBinaryStream::Flush() {
 /// Between a write and a read the standard stream wants a seek, which may go nowhere.
 void VBinaryStream::Turn(Direction direction) {
     if (m_direction != Direction::none && m_direction != direction) {
-        fseeko(m_file, 0, SEEK_CUR);
+        NoteWrite(fseeko(m_file, 0, SEEK_CUR) == 0);
     }
     m_direction = direction;
+}
+
+/// Buffered bytes may be lost long before the next flush, which is to tell of it.
+void VBinaryStream::NoteWrite(bool complete) {
+    if (!complete) {
+        m_writeError = errno != 0 ? errno : EIO;
+    }
 }
 
 unsigned VBinaryStream::ReadRawData(unsigned char* buffer, unsigned count) {
@@ -147,9 +152,7 @@ unsigned VBinaryStream::WriteRawData(unsigned char* buffer, unsigned count) {
     }
     Turn(Direction::write);
     const auto written = static_cast<unsigned>(std::fwrite(buffer, 1, count, m_file));
-    if (written < count) {
-        m_writeError = errno;
-    }
+    NoteWrite(written == count);
     return written;
 }
 
@@ -159,18 +162,18 @@ void VBinaryStream::ReadBytes(unsigned char* buffer, unsigned count) {
     }
     errno = 0;
     if (m_file == nullptr) {
-        Throw(msgReadFailed, m_name, getSystemError());
+        Throw(msgReadFailed, m_name, Error(getSystemError()));
     }
     Turn(Direction::read);
     const bool complete = std::fread(buffer, count, 1, m_file) == 1;
     if (std::feof(m_file) != 0) {
-        Throw(msgReadFailed, m_name, new VI18NError(modBinaryStream, msgEndOfFile));
+        Throw(msgReadFailed, m_name, std::make_unique<VI18NError>(modBinaryStream, msgEndOfFile));
     }
     if (const int flag = std::ferror(m_file); flag != 0) {
-        Throw(msgReadFailed, m_name, new VI18NError(modBinaryStream, msgStreamError, flag));
+        Throw(msgReadFailed, m_name, std::make_unique<VI18NError>(modBinaryStream, msgStreamError, flag));
     }
     if (!complete) {
-        Throw(msgReadFailed, m_name, getSystemError());
+        Throw(msgReadFailed, m_name, Error(getSystemError()));
     }
 }
 

@@ -47,6 +47,7 @@ private:
     void OpenToRead(const char* filespec);
     void OpenToUpdate(const char* filespec);
     void Turn(Direction direction);
+    void NoteWrite(bool complete);
     bool CloseFile();
 
     const unsigned char* m_buffer = nullptr; ///< always null: only files are opened

@@ -4,14 +4,12 @@
 
 #include <algorithm>
 
+using txccl::string::Lowered;
+
 namespace {
 
 constexpr bool IsDigit(char c) noexcept {
     return c >= '0' && c <= '9';
-}
-
-constexpr char Lowered(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 constexpr bool IsBlank(char c) noexcept {
@@ -147,8 +145,9 @@ const _TOInfo* KeyTable::LastNaming(int key, int version, int type) const {
     constexpr int longestSpan = 1000;
     const _TOInfo* last = nullptr;
     const auto consider = [&](Row row) {
-        if (taskOptions[row].IsLegal(version, type)) {
-            last = std::max(last, &taskOptions[row]);
+        const bool later = last == nullptr || &taskOptions[row] > last;
+        if (later && taskOptions[row].IsLegal(version, type)) {
+            last = &taskOptions[row];
         }
     };
     const auto byId = [](Row row, int wanted) { return taskOptions[row].id < wanted; };

@@ -33,19 +33,40 @@ LogStatistics g_logStatistics = {};
 namespace {
 
 constexpr int modeTruncate = 1;
-constexpr int modeAppend = 0;
-
-/// The block of the open log, which g_logopt points at.
-std::unique_ptr<logblk> currentBlock;
 
 /// lastLogPath and lastLogName outlive the numbered log that set them, so they do not tell.
 bool openLogIsNumbered = false;
 
-std::unique_ptr<logblk> MakeBlock(const std::string& path) {
+/// Makes `block` the one of the open log and frees the one before. Not freed at the end of the process, when others may
+/// still report.
+void SetBlock(std::unique_ptr<logblk> block) noexcept {
+    const std::unique_ptr<logblk> previous(std::exchange(g_logopt.block, block.release()));
+}
+
+std::unique_ptr<logblk> OpenBlock(const std::string& path, const char* mode) {
     auto block = std::make_unique<logblk>();
     block->flushEveryLine = 1;
     block->path[path.copy(block->path, sizeof block->path - 1)] = '\0';
-    return block;
+    block->fp = sys_fopen(path.c_str(), mode, 0);
+    return block->fp == nullptr ? nullptr : std::move(block);
+}
+
+std::string ChooseNumbered(const std::string& dir, const std::string& name) {
+    lastLogPath = dir;
+    lastLogName = name;
+    return batutil_GetNextFilename(dir, name);
+}
+
+void ReportHere() {
+    FileLogger* logger = FileLogger::GetGlobalLogger();
+    logger->AttachLogFile(&g_logopt);
+    Message::s_defaultLogger = logger;
+    Logger::s_loggingEnabled = true;
+}
+
+void LogVersion() {
+    const std::string build = std::string(programVersion) + " " + buildStamp;
+    Message::LogMsg(msgVersion, msg_mod2str(modAgent), I18NMessage::SeverityInformational, build.c_str());
 }
 
 /// Set while a failed write is being reported, which may fail likewise.
@@ -88,33 +109,18 @@ int WriteToConsole(std::string& line) {
 } // namespace
 
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered) {
-    std::string path;
-    if (numbered) {
-        const std::string newPath = dir;
-        const std::string newName = name;
-        lastLogPath = newPath;
-        lastLogName = newName;
-        path = batutil_GetNextFilename(newPath, newName);
-        mode = modeAppend;
-    } else {
-        path = txccl::FilenameHelper::join(dir, name);
-    }
-    auto block = MakeBlock(path);
-    block->fp = sys_fopen(path.c_str(), mode == modeTruncate ? "w" : "a+", 0);
-    if (block->fp == nullptr) {
+    const std::string path = numbered ? ChooseNumbered(dir, name) : txccl::FilenameHelper::join(dir, name);
+    const bool truncate = mode == modeTruncate && !numbered;
+    auto block = OpenBlock(path, truncate ? "w" : "a+");
+    if (block == nullptr) {
         return false;
     }
     logfp = block->fp;
     openLogIsNumbered = numbered;
-    currentBlock = std::move(block);
-    g_logopt.block = currentBlock.get();
-
-    FileLogger* logger = FileLogger::GetGlobalLogger();
-    logger->AttachLogFile(&g_logopt);
-    Message::s_defaultLogger = logger;
-    Logger::s_loggingEnabled = true;
+    SetBlock(std::move(block));
+    ReportHere();
     if (!bAtLeastOneOpen) {
-        Message::LogMsg(msgVersion, msg_mod2str(modAgent), I18NMessage::SeverityInformational, buildIdentification);
+        LogVersion();
     }
     bAtLeastOneOpen = true;
     return true;
@@ -127,8 +133,7 @@ void batutil_LogClose() {
         std::fclose(logfp);
         logfp = nullptr;
     }
-    g_logopt.block = nullptr;
-    currentBlock.reset();
+    SetBlock(nullptr);
     bAtLeastOneOpen = false;
 }
 

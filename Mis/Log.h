@@ -24,7 +24,7 @@ struct logopt {
     int word;             ///< zero: a line without a block goes to the console
     const char* identity; ///< unless null, lines are cut to 1022 characters
     bool console;         ///< every line goes to the console
-    logblk* block;        ///< not owned
+    logblk* block;        ///< of g_logopt: made by batutil_LogOpen, freed by batutil_LogClose
 };
 
 extern std::FILE* logfp; ///< null when no run log is open
@@ -46,12 +46,13 @@ struct logfilelist {
 };
 
 /// Opens `name` in `dir`: truncated when `mode` is 1, else appended to; the numbered mode always appends, to the file
-/// that batutil_GetNextFilename chooses. A log that is still open is left to itself. Returns: false, with nothing
-/// changed, when the file cannot be opened.
+/// that batutil_GetNextFilename chooses. A log that is still open is left to itself. Returns: false when
+/// the file cannot be opened; everything is then reported as before.
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered);
 
 /// Closes the log and switches logging off. Harmless when nothing is open.
 void batutil_LogClose();
+/// Writes out what is buffered.
 void batutil_FlushLog();
 
 /// Flushes; a numbered log above maxLogFileSize goes on in the next file of its ring.

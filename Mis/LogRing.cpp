@@ -38,6 +38,19 @@ std::size_t Newest(const std::vector<logfilelist>& files) {
     return newest;
 }
 
+/// The file that was written first, before `now`; `fallback` when there is none.
+std::size_t Oldest(const std::vector<logfilelist>& files, long long now, std::size_t fallback) {
+    std::size_t oldest = fallback;
+    long long earliest = now;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (files[i].modified < earliest) {
+            oldest = i;
+            earliest = files[i].modified;
+        }
+    }
+    return oldest;
+}
+
 } // namespace
 
 std::size_t ChooseLogFile(const std::vector<logfilelist>& files, long long limit, long long now, bool& recycle) {
@@ -55,16 +68,8 @@ std::size_t ChooseLogFile(const std::vector<logfilelist>& files, long long limit
             return next;
         }
     }
-    std::size_t oldest = newest;
-    long long earliest = now;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        if (files[i].modified < earliest) {
-            oldest = i;
-            earliest = files[i].modified;
-        }
-    }
     recycle = true;
-    return oldest;
+    return Oldest(files, now, newest);
 }
 
 std::string batutil_GetNextFilename(std::string dir, std::string name) {
@@ -78,7 +83,8 @@ std::string batutil_GetNextFilename(std::string dir, std::string name) {
     bool recycle = false;
     const logfilelist& chosen = files[ChooseLogFile(files, maxLogFileSize, now, recycle)];
     if (recycle) {
-        std::remove(chosen.path.c_str());
+        // Not sys_delete: to that a directory with a "*" in its name would be a pattern.
+        sys_remove(chosen.path.c_str());
     }
     currLogFileNo = chosen.index;
     return chosen.path;

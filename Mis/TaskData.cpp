@@ -7,6 +7,9 @@
 #include <cassert>
 #include <cstring>
 #include <utility>
+#include <vector>
+
+using txccl::string::EqualIgnoringCase;
 
 bool VTaskData::extensionLoaded = false;
 
@@ -124,8 +127,12 @@ int VTaskData::GetBool(int key, bool* out) const {
     if (GetRaw(key, &value) < 1) {
         return 0;
     }
-    *out = task_equals(value, "YES") || task_equals(value, "TRUE");
-    return *out || task_equals(value, "NO") || task_equals(value, "FALSE") ? 1 : 0;
+    const bool isTrue = EqualIgnoringCase(value, "YES") || EqualIgnoringCase(value, "TRUE");
+    if (!isTrue && !EqualIgnoringCase(value, "NO") && !EqualIgnoringCase(value, "FALSE")) {
+        return 0;
+    }
+    *out = isTrue;
+    return 1;
 }
 
 int VTaskData::SetBool(int key, bool value, bool overwrite) {
@@ -186,15 +193,14 @@ int VTaskData::GetMask(int key, unsigned* mask) const {
 
 int VTaskData::SetMask(int key, unsigned mask, bool overwrite) {
     const auto names = task_enumNames(TypeSpec(key));
-    std::string value;
+    std::vector<std::string_view> chosen;
     for (const std::string_view name : names) {
         if ((mask & 1U) != 0) {
-            value += value.empty() ? "" : ",";
-            value += name;
+            chosen.push_back(name);
         }
         mask >>= 1;
     }
-    return mask != 0 ? 0 : SetString(key, value, overwrite);
+    return names.empty() || mask != 0 ? 0 : SetString(key, txccl::string::Join(chosen, ","), overwrite);
 }
 
 int VTaskData::GetPassword(int key, std::string* out) const {

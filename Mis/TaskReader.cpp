@@ -2,7 +2,7 @@
 
 #include "classlib/String.h"
 
-#include <algorithm>
+#include <cstring>
 
 using txccl::string::Crop;
 using txccl::string::CropEnd;
@@ -22,17 +22,18 @@ std::string_view CutComment(std::string_view line) {
 } // namespace
 
 void TaskReader::Reset() {
-    m_sectionPrefix.clear();
+    m_name.clear();
+    m_prefixLength = 0;
     m_pendingLine.clear();
 }
 
 void TaskReader::ReleaseBuffers() {
     m_logicalLine = {};
-    m_name = {};
     m_value = {};
 }
 
 TaskReader::Line TaskReader::Next(std::string_view physical) {
+    m_name.resize(m_prefixLength);
     const std::string_view line = CutComment(physical);
     if (line.empty()) {
         return Line::done;
@@ -56,8 +57,9 @@ TaskReader::Line TaskReader::Next(std::string_view physical) {
 TaskReader::Line TaskReader::Complete(std::string_view logical) {
     if (logical.ends_with('{')) {
         logical.remove_suffix(1);
-        m_sectionPrefix += Crop(logical);
-        m_sectionPrefix += '.';
+        m_name += Crop(logical);
+        m_name += '.';
+        m_prefixLength = m_name.size();
         return Line::done;
     }
     if (logical == "}") {
@@ -68,7 +70,6 @@ TaskReader::Line TaskReader::Complete(std::string_view logical) {
     if (equals == std::string_view::npos) {
         return Line::bad;
     }
-    m_name = m_sectionPrefix;
     m_name += Crop(logical.substr(0, equals));
     m_value = RemoveJoints(Crop(logical.substr(equals + 1)), logical);
     return Line::key;
@@ -76,9 +77,8 @@ TaskReader::Line TaskReader::Complete(std::string_view logical) {
 
 /// A section whose name holds a "." takes one "}" for each of its parts.
 void TaskReader::CloseSection() {
-    const std::size_t size = m_sectionPrefix.size();
-    const std::size_t dot = size < 2 ? std::string::npos : m_sectionPrefix.rfind('.', size - 2);
-    m_sectionPrefix.resize(dot == std::string::npos ? 0 : dot + 1);
+    const std::size_t dot = m_prefixLength < 2 ? std::string::npos : m_name.rfind('.', m_prefixLength - 2);
+    m_prefixLength = dot == std::string::npos ? 0 : dot + 1;
 }
 
 /// What closes up around a removed joint may look like one, and stays.
@@ -95,11 +95,13 @@ std::string_view TaskReader::RemoveJoints(std::string_view value, std::string_vi
         begin = 0;
     }
     char* const first = m_logicalLine.data() + begin;
-    char* end = first;
-    for (; found != std::string_view::npos; found = value.find(joint)) {
-        end = std::copy_n(value.data(), found, end);
+    char* end = first + found;
+    while (found != std::string_view::npos) {
         value.remove_prefix(found + joint.size());
+        found = value.find(joint);
+        const std::size_t length = value.substr(0, found).size();
+        std::memmove(end, value.data(), length);
+        end += length;
     }
-    end = std::copy(value.begin(), value.end(), end);
     return {first, end};
 }

@@ -37,9 +37,9 @@ private:
     void CloseSection();
     std::string_view RemoveJoints(std::string_view value, std::string_view logical);
 
-    std::string m_sectionPrefix; ///< each open section's name and a "."
-    std::string m_pendingLine;   ///< a logical line that goes on
-    std::string m_logicalLine;   ///< one that was put together from several, or a value whose joints are removed
-    std::string m_name;
+    std::string m_pendingLine;      ///< a logical line that goes on
+    std::string m_logicalLine;      ///< one that was put together from several, or a value whose joints are removed
+    std::string m_name;             ///< each open section's name and a ".", then that of the key
+    std::size_t m_prefixLength = 0; ///< what of it belongs to the sections
     std::string_view m_value;
 };

@@ -6,19 +6,15 @@
 
 namespace {
 
-constexpr std::string_view booleans = "/TRUE/FALSE/YES/NO/0/1";
-
-constexpr char Raised(char c) noexcept {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
+constexpr std::string_view booleans = "/true/false/yes/no/0/1";
 
 bool IsPartOfBooleans(std::string_view value) {
     if (value.size() > booleans.size()) {
         return false;
     }
-    std::string upper(value);
-    std::transform(upper.begin(), upper.end(), upper.begin(), Raised);
-    return booleans.find(upper) != std::string_view::npos;
+    std::string lowered(value);
+    std::transform(lowered.begin(), lowered.end(), lowered.begin(), txccl::string::Lowered);
+    return booleans.find(lowered) != std::string_view::npos;
 }
 
 bool IsListOfNames(std::string_view typeSpec, std::string_view value) {
@@ -58,11 +54,8 @@ std::vector<std::string_view> task_enumNames(std::string_view typeSpec) {
 }
 
 int task_enumIndex(const std::vector<std::string_view>& names, std::string_view name) {
-    const auto found = std::find_if(names.begin(), names.end(),
-                                    [name](std::string_view candidate) { return task_equals(candidate, name); });
+    const auto found = std::find_if(names.begin(), names.end(), [name](std::string_view candidate) {
+        return txccl::string::EqualIgnoringCase(candidate, name);
+    });
     return found == names.end() ? -1 : static_cast<int>(found - names.begin());
-}
-
-bool task_equals(std::string_view a, std::string_view b) noexcept {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Raised(x) == Raised(y); });
 }

@@ -15,6 +15,3 @@ std::vector<std::string_view> task_enumNames(std::string_view typeSpec);
 
 /// The position of `name` among the names, -1 for none.
 int task_enumIndex(const std::vector<std::string_view>& names, std::string_view name);
-
-/// True when the texts are equal in any letter case.
-bool task_equals(std::string_view a, std::string_view b) noexcept;

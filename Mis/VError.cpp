@@ -80,7 +80,9 @@ void VError::CopyFrom(VError* source) {
 }
 
 void VError::SetChildError(VError* owned) {
-    m_child.reset(owned);
+    if (owned != m_child.get()) {
+        m_child.reset(owned);
+    }
 }
 
 void VError::SetError(int module, unsigned value, unsigned detail) {

@@ -21,6 +21,7 @@ public:
     virtual bool IsError();
     virtual void LogShow(logopt* opt, VString severityLetter) = 0;
     /// Writes the error to the log that `opt` names, to the default one when it is null.
+    /// The flag asks to wait for the operator's answer, of which there is none in this process.
     virtual void ShowError(logopt* opt, bool wait);
     virtual int GetErrVal();
     /// Takes over the content of `source`, of whose cause it makes a copy of its own.
@@ -56,7 +57,7 @@ class VI18NError : public VError {
 public:
     VI18NError();
     /// Takes the record over.
-    explicit VI18NError(I18NMessage::Message* owned);
+    VI18NError(I18NMessage::Message* owned);
     VI18NError(const VI18NError& other);
     /// The forms without a severity are errors (3).
     VI18NError(long module, int number);
@@ -73,6 +74,7 @@ public:
     bool IsError() override;
     /// Logs the record and then its chain of causes to the default logger.
     void LogShow();
+    /// The same with another severity, which the record keeps.
     void LogShow(S severity);
     /// The same, to the log that `opt` names unless it is null; a letter first sets the severity.
     void LogShow(logopt* opt, VString severityLetter) override;

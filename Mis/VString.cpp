@@ -3,6 +3,7 @@
 #include "MessageLIB/MessageIds.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/VError.h"
+#include "classlib/String.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,6 +19,8 @@ constinit int rgInitData[4] = {-1, 0, 0, 0};
 VStringData* vDataNil = reinterpret_cast<VStringData*>(rgInitData);
 const char* vPchNil = reinterpret_cast<const char*>(rgInitData + 3);
 constinit char vChNil = 0;
+
+using txccl::string::Lowered;
 
 namespace {
 
@@ -37,11 +40,9 @@ bool IsValidString(const char* text) noexcept {
 }
 
 int Length(const char* text) {
-    return static_cast<int>(std::strlen(text));
-}
-
-char Lowered(char ch) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    const std::size_t length = std::strlen(text);
+    assert(length <= (2147483647 - 1));
+    return static_cast<int>(length);
 }
 
 /// White space as isspace sees a sign-extended byte: bytes from 0x80 up are none.
@@ -81,7 +82,7 @@ VString::VString(char ch, int count) : VString() {
 }
 
 VString::~VString() {
-    Release(GetData());
+    DropReference(GetData());
 }
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a string shares its own characters
@@ -293,17 +294,22 @@ void VString::AllocBuffer(int nLen) {
 }
 
 void VString::Release() {
-    VStringData* pData = GetData();
+    if (GetData() != vDataNil) {
+        assert(GetData()->nRefs != 0);
+        DropReference(GetData());
+    }
     m_pchData = NilCharacters();
-    Release(pData);
 }
 
 void VString::Release(VStringData* pData) {
-    if (pData == NilBlock()) {
-        return;
+    if (pData != vDataNil) {
+        assert(pData->nRefs != 0);
+        DropReference(pData);
     }
-    assert(pData->nRefs != 0);
-    if (sys_InterlockedDecrement(&pData->nRefs) <= 0) {
+}
+
+void VString::DropReference(VStringData* pData) {
+    if (pData != NilBlock() && sys_InterlockedDecrement(&pData->nRefs) <= 0) {
         delete[] reinterpret_cast<char*>(pData);
     }
 }

@@ -91,6 +91,7 @@ private:
 
     static VStringData* NewBlock(int nLen);
     static void Release(VStringData* pData);
+    static void DropReference(VStringData* pData);
     void AllocBuffer(int nLen);
     void Release();
     void CopyBeforeWrite();

@@ -1,10 +1,7 @@
 #pragma once
 
-/// The one place of the version; the build reads it from here.
-#define PROGRAM_VERSION "6.71.2105"
+/// The one place of the version; the build reads it from here. Written into configuration files that are made new.
+inline constexpr const char* programVersion = "6.71.2105";
 
-/// Written into each configuration file that is made from scratch.
-inline constexpr const char* programVersion = PROGRAM_VERSION;
-
-/// The first record of each log file.
-inline constexpr const char* buildIdentification = PROGRAM_VERSION " Apr 27 2010 12:06:01";
+/// What stands behind the version in the first record of each log file.
+inline constexpr const char* buildStamp = "Apr 27 2010 12:06:01";

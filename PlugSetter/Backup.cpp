@@ -31,6 +31,10 @@ void CopyFile(const std::string& source, const std::string& directory, const std
     if (dsk_credir(nullptr, directory.c_str(), 0, nullptr, nullptr, 0) < 0) {
         err_throw(std::make_unique<VI18NError>(modUtility, msgCannotCreateDirectory, directory.c_str()));
     }
+    if (sys_isSameFile(source.c_str(), destination.c_str())) {
+        // Opening it would empty the source.
+        err_throw(std::make_unique<VI18NError>(modBinaryStream, msgCannotCreate, destination.c_str()));
+    }
     VBinaryStream out;
     out.Open(destination.c_str(), mode);
     CopyBytes(in, out);

@@ -24,6 +24,7 @@ extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving
 
 namespace csl {
 
+/// Names of the agent's files.
 struct Files {
     static constexpr const char* GLOBAL = "Global.qxc";
 };

@@ -5,6 +5,7 @@
 #include "Mis/Log.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/SysClientUnix.h"
+#include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/VError.h"
 #include "PlugSetter/Backup.h"
 #include "PlugSetter/CommandLine.h"
@@ -12,8 +13,8 @@
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Upgrade.h"
 #include "classlib/File.h"
+#include "classlib/FilenameHelper.h"
 
-#include <cstdio>
 #include <string>
 
 using I18NMessage::Message;
@@ -26,7 +27,7 @@ int DeleteDirectory(std::string directory) {
     directory.pop_back();
     if (directory.find_first_of("*?") != std::string::npos) {
         // To sys_delete this would be a pattern.
-        return std::remove(directory.c_str()) == 0 ? 1 : 0;
+        return sys_remove(directory.c_str()) ? 1 : 0;
     }
     return sys_delete(directory.c_str()) ? 1 : 0;
 }
@@ -34,6 +35,11 @@ int DeleteDirectory(std::string directory) {
 void OpenLog(const std::string& logFileName) {
     if (!txccl::File::exists(installationDir)) {
         dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
+    }
+    const std::string log = txccl::FilenameHelper::join(installationDir, logFileName);
+    if (sys_isSameFile(log.c_str(), (installationDir + csl::Files::GLOBAL).c_str())) {
+        // The log would begin by emptying the configuration. The run does without.
+        return;
     }
     constexpr int truncate = 1;
     batutil_LogOpen(installationDir.c_str(), logFileName.c_str(), truncate, false);

@@ -82,52 +82,50 @@ const char* const oracle_8i_solaris_dll = "oracle8i.so";
 
 } // namespace Plugins
 
-using namespace Plugins;
-
 namespace {
 
 constexpr int firstModule = 200;
 
-/// The first row with this name in any letter case, UNDEFINED when there is none.
-PluginCode_ FindRow(const char* name) {
-    for (int row = 0; row < UNDEFINED; ++row) {
-        if (qx_stricmp(name, plugin_names[row]) == 0) {
-            return static_cast<PluginCode_>(row);
+/// The first row with this name in any letter case, Plugins::UNDEFINED when there is none.
+Plugins::PluginCode_ FindRow(const char* name) {
+    for (int row = 0; row < Plugins::UNDEFINED; ++row) {
+        if (qx_stricmp(name, Plugins::plugin_names[row]) == 0) {
+            return static_cast<Plugins::PluginCode_>(row);
         }
     }
-    return UNDEFINED;
+    return Plugins::UNDEFINED;
 }
 
 bool IsAlias(const char* name) {
-    return qx_stricmp(name, oracle_8i_solaris_name) == 0;
+    return qx_stricmp(name, Plugins::oracle_8i_solaris_name) == 0;
 }
 
 } // namespace
 
-PluginCode_ string2code(const VString& name) {
+Plugins::PluginCode_ string2code(const VString& name) {
     if (name.IsEmpty()) {
-        return UNDEFINED;
+        return Plugins::UNDEFINED;
     }
-    if (std::strcmp(name, oracle_8i_solaris_name) == 0) {
-        return ORACLE_8I_SOLARIS;
+    if (std::strcmp(name, Plugins::oracle_8i_solaris_name) == 0) {
+        return Plugins::ORACLE_8I_SOLARIS;
     }
     return FindRow(name);
 }
 
-PluginCode_ string2code(const std::string& name) {
+Plugins::PluginCode_ string2code(const std::string& name) {
     return string2code(VString(name.c_str()));
 }
 
 VString string2pluginName(const VString& name) {
-    const PluginCode_ row = IsAlias(name) ? ORACLE_8I_SOLARIS : FindRow(name);
-    return plugin_description[row];
+    const Plugins::PluginCode_ row = IsAlias(name) ? Plugins::ORACLE_8I_SOLARIS : FindRow(name);
+    return Plugins::plugin_description[row];
 }
 
 VString string2dllName(const VString& name) {
     if (IsAlias(name)) {
-        return oracle_8i_solaris_dll;
+        return Plugins::oracle_8i_solaris_dll;
     }
-    return dll_names[FindRow(name)];
+    return Plugins::dll_names[FindRow(name)];
 }
 
 IPlugins* IPlugins::instance() {
@@ -136,8 +134,9 @@ IPlugins* IPlugins::instance() {
 }
 
 const char* IPlugins::mod2str(int mod) {
+    using Plugins::UNDEFINED;
     assert(mod >= 200 && mod < 200 + UNDEFINED);
-    return mod_strs[mod - firstModule];
+    return Plugins::mod_strs[mod - firstModule];
 }
 
 void IPlugins::setPluginsString(const std::string& plugins) {

@@ -70,7 +70,7 @@ unsigned char* Signature::to_binary() const {
 }
 
 std::string Signature::to_string() const {
-    return m_digest == nullptr ? std::string() : hexify(m_digest.get());
+    return hexify(m_digest.get());
 }
 
 unsigned char* Signature::binary(const unsigned char* data, unsigned int length) {
@@ -115,6 +115,9 @@ std::string Signature::of(SignableObject* object) {
 }
 
 std::string Signature::hexify(const unsigned char* digest) {
+    if (digest == nullptr) {
+        return {};
+    }
     static constexpr char digits[] = "0123456789abcdef";
     std::string text;
     text.reserve(STRING_SIGNATURE_SIZE);

@@ -1,5 +1,6 @@
 #include "classlib/String.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -9,10 +10,14 @@ namespace txccl::string {
 namespace {
 
 constexpr bool IsWhitespace(char c) noexcept {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+    return WHITESPACE.find(c) != std::string_view::npos;
 }
 
 } // namespace
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Lowered(x) == Lowered(y); });
+}
 
 std::string_view CropEnd(std::string_view text) noexcept {
     while (!text.empty() && IsWhitespace(text.back())) {
@@ -36,6 +41,15 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
     }
     pieces.push_back(text);
     return pieces;
+}
+
+std::string Join(const std::vector<std::string_view>& pieces, std::string_view separator) {
+    std::string text;
+    for (const std::string_view piece : pieces) {
+        text += text.empty() ? "" : separator;
+        text += piece;
+    }
+    return text;
 }
 
 int LeadingNumber(std::string_view text) noexcept {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -7,6 +8,14 @@ namespace txccl::string {
 
 /// The characters that surround keys and values without belonging to them.
 inline constexpr std::string_view WHITESPACE = " \t\r\n";
+
+/// The lower-case form of an ASCII letter; any other character stays.
+constexpr char Lowered(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// True when the texts are equal but for the case of ASCII letters.
+bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept;
 
 /// Removes WHITESPACE from both ends; the result is a part of `text`.
 std::string_view Crop(std::string_view text) noexcept;
@@ -16,6 +25,9 @@ std::string_view CropEnd(std::string_view text) noexcept;
 
 /// The pieces of `text` between the separators; n separators give n + 1 pieces, which are parts of `text`.
 std::vector<std::string_view> Split(std::string_view text, char separator);
+
+/// The pieces with `separator` between them.
+std::string Join(const std::vector<std::string_view>& pieces, std::string_view separator);
 
 /// The value of the leading decimal digits, 0 when there are none, INT_MAX when they do not fit.
 int LeadingNumber(std::string_view text) noexcept;

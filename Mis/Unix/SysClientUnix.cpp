@@ -61,15 +61,19 @@ void DeleteMatching(const char* pattern) {
         if (IsDirectory(name)) {
             DeleteMatching((name + "/*.*").c_str());
         }
-        std::remove(name.c_str());
+        sys_remove(name.c_str());
     }
 }
 
 } // namespace
 
+bool sys_remove(const char* path) {
+    return std::remove(path) == 0;
+}
+
 bool sys_delete(const char* path) {
     if (std::strpbrk(path, "*?") == nullptr) {
-        return std::remove(path) == 0;
+        return sys_remove(path);
     }
     DeleteMatching(path);
     return true;

@@ -11,6 +11,10 @@ class VI18NError;
 /// hold, and returns true whatever happened; a directory that cannot be read is logged (SYST 5065, warning).
 bool sys_delete(const char* path);
 
+/// Removes the file or empty directory that `path` names, in which "*" and "?" are characters as any other. Returns:
+/// true when it is gone.
+bool sys_remove(const char* path);
+
 /// The host's name up to its first "." in `buffer`, which must have room for any node name: 65 bytes on this platform.
 /// `size` bounds nothing. Returns: 1, or 0 when the system does not tell.
 int sys_getnodename(char* buffer, int size);

@@ -19,6 +19,13 @@ bool sys_regularFileSize(const char* path, std::uint64_t& size) {
     return true;
 }
 
+bool sys_isSameFile(const char* a, const char* b) {
+    struct stat first = {};
+    struct stat second = {};
+    return stat(a, &first) == 0 && stat(b, &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 std::string prs_getprogramsdir() {
     char program[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", program, sizeof program);

@@ -9,6 +9,9 @@ bool doesFileExist(const char* path);
 /// The size in bytes of the regular file that `path` names. Returns: false for anything else.
 bool sys_regularFileSize(const char* path, std::uint64_t& size);
 
+/// True when both paths lead to the same file.
+bool sys_isSameFile(const char* a, const char* b);
+
 /// The directory of this program, with its trailing separator; empty when the system does not tell.
 std::string prs_getprogramsdir();
 
