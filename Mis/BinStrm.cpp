@@ -116,8 +116,9 @@ void VBinaryStream::Flush() {
     if (m_file == nullptr) {
         return;
     }
-    errno = m_writeError;
-    if (std::fflush(m_file) != 0 || m_writeError != 0) {
+    NoteWrite(std::fflush(m_file) == 0);
+    if (m_writeError != 0) {
+        errno = m_writeError;
         Throw(msgFlushFailed, m_name, Error(getSystemError()));
     }
     m_direction = Direction::none;
