@@ -14,6 +14,7 @@
 #include <utility>
 
 #include <sys/time.h>
+#include <unistd.h>
 
 using I18NMessage::FileLogger;
 using I18NMessage::Logger;
@@ -92,13 +93,23 @@ void ShowWriteFailure(const logblk& block) {
     VI18NError(modLogs, msgLogWriteFailed, block.path).LogShow();
 }
 
-int WriteToBlock(const std::string& line, logblk* block) {
-    if (std::fputs(line.c_str(), block->fp) < 0) {
-        ShowWriteFailure(*block);
-        return 0;
+/// Takes back what of a line got into the file before writing failed; the next line would otherwise join it.
+void CutTo(off_t lineStart, std::FILE* file) {
+    if (lineStart >= 0 && ftello(file) > lineStart && ftruncate(fileno(file), lineStart) == 0) {
+        fseeko(file, lineStart, SEEK_SET);
     }
-    flushExpiredLines(block);
-    return 1;
+}
+
+int WriteToBlock(const std::string& line, logblk* block) {
+    const off_t lineStart = ftello(block->fp);
+    const bool written = std::fputs(line.c_str(), block->fp) >= 0;
+    if (flushExpiredLines(block) != 0 || !written) {
+        CutTo(lineStart, block->fp);
+    }
+    if (!written) {
+        ShowWriteFailure(*block);
+    }
+    return written ? 1 : 0;
 }
 
 int WriteToConsole(std::string& line) {

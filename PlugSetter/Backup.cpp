@@ -11,9 +11,23 @@
 #include "PlugSetter/Guard.h"
 #include "classlib/FilenameHelper.h"
 
+#include <cerrno>
+
 using I18NMessage::Message;
 
 namespace {
+
+constexpr const char* label = "backupFile()";
+
+bool IsMissing(const std::string& path) {
+    if (doesFileExist(path.c_str())) {
+        return false;
+    }
+    if (!sys_meansMissing(errno)) {
+        err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
+    }
+    return true;
+}
 
 void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
     unsigned char buffer[4096];
@@ -81,10 +95,12 @@ bool RestoreAll() noexcept {
 
 } // namespace
 
-void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName, bool deleteSource) {
-    guarded("backupFile()", [&] {
+bool saveFile(const std::string& srcDir, const std::string& fileName, const std::string& dstDir,
+              const std::string& dstName, bool deleteSource) {
+    bool saved = false;
+    guarded(label, [&] {
         const std::string source = srcDir + fileName;
-        if (!doesFileExist(source.c_str())) {
+        if (IsMissing(source)) {
             return;
         }
         if (dstName.empty()) {
@@ -95,7 +111,13 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
         if (deleteSource) {
             DeleteSource(srcDir, fileName);
         }
+        saved = true;
     });
+    return saved;
+}
+
+void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName, bool deleteSource) {
+    saveFile(srcDir, fileName, dstDir, dstName, deleteSource);
 }
 
 void rollback() {

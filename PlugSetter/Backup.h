@@ -10,6 +10,10 @@
 /// object explains, and what the streams throw.
 void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName, bool deleteSource);
 
+/// The same. Returns: false when there was no source.
+bool saveFile(const std::string& srcDir, const std::string& fileName, const std::string& dstDir,
+              const std::string& dstName, bool deleteSource);
+
 /// Copies each file of bakFiles back to where it belongs, first to last, and logs UTIL 7945. At the first failure it
 /// stops and logs UTIL 7943 (fatal) instead. Never throws.
 void rollback();

@@ -10,6 +10,7 @@
 #include "PlugSetter/Guard.h"
 #include "Plugins/IPluginsCommon.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
@@ -53,19 +54,19 @@ struct Slots {
     bool holdPlugin = false;
 };
 
+/// Whatever is no regular file has no size to compare.
 bool IsCompleteCopy(const std::string& file, const std::string& copy) {
     std::uint64_t size = 0;
     std::uint64_t copied = 0;
     if (!sys_regularFileSize(file.c_str(), size)) {
-        return true;
+        return doesFileExist(file.c_str());
     }
     return sys_regularFileSize(copy.c_str(), copied) && copied == size;
 }
 
 void SaveCopy(const std::string& path) {
-    backupFile(installationDir, csl::Files::GLOBAL, backupDir, "", false);
     const std::string copy = backupDir + csl::Files::GLOBAL;
-    if (!IsCompleteCopy(path, copy)) {
+    if (!saveFile(installationDir, csl::Files::GLOBAL, backupDir, "", false) || !IsCompleteCopy(path, copy)) {
         Fail(msgUnexpected, label);
     }
     auto entry = std::unique_ptr<BackupEntry>(new BackupEntry{VFileName(path, -1, false), VFileName(copy, -1, false)});
@@ -135,6 +136,9 @@ void upgrade() {
     guarded(label, [] {
         const std::string path = installationDir + csl::Files::GLOBAL;
         if (!doesFileExist(path.c_str())) {
+            if (!sys_meansMissing(errno)) {
+                Fail(msgUnexpected, label);
+            }
             return;
         }
         SaveCopy(path);

@@ -1,5 +1,6 @@
 #include "Mis/Unix/UtilitiesUnix.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 
@@ -8,6 +9,10 @@
 
 bool doesFileExist(const char* path) {
     return access(path, F_OK) == 0;
+}
+
+bool sys_meansMissing(int error) noexcept {
+    return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG || error == ELOOP;
 }
 
 bool sys_regularFileSize(const char* path, std::uint64_t& size) {

@@ -3,8 +3,11 @@
 #include <cstdint>
 #include <string>
 
-/// True when `path` names something that can be reached; follows symbolic links.
+/// True when `path` names something that can be reached; follows symbolic links. errno tells why not.
 bool doesFileExist(const char* path);
+
+/// True when this value of errno means that a path names nothing, and not that the system could not tell.
+bool sys_meansMissing(int error) noexcept;
 
 /// The size in bytes of the regular file that `path` names. Returns: false for anything else.
 bool sys_regularFileSize(const char* path, std::uint64_t& size);

@@ -1,12 +1,11 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
-
-#include <stdlib.h>
 
 /// A scratch directory that goes with its owner.
 class TempDir {
