@@ -45,6 +45,9 @@ void VBinaryStream::Open(const char* filespec, AccessMode mode) {
     m_name = filespec == nullptr ? "" : filespec;
     m_direction = Direction::none;
     m_writeError = 0;
+    // The callers move small pieces, each of which would be a system call with the usual buffer. Had first: opening may
+    // empty a file, which nothing must follow that can fail.
+    m_streamBuffer = std::make_unique_for_overwrite<char[]>(streamBufferSize);
     // An empty name fails without touching errno.
     errno = 0;
     switch (mode) {
@@ -58,6 +61,9 @@ void VBinaryStream::Open(const char* filespec, AccessMode mode) {
         }
         break;
     case UpdateMode: OpenToUpdate(filespec); break;
+    }
+    if (m_file != nullptr) {
+        std::setvbuf(m_file, m_streamBuffer.get(), _IOFBF, streamBufferSize);
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 /// A binary file stream of raw bytes and little-endian integers. Failures are thrown as pointers to VI18NError (module
@@ -44,6 +46,8 @@ private:
     enum class OpenKind { readOnly = 0, write = 1, update = 2 };
     enum class Direction { read = 0, write = 1, none = 2 };
 
+    static constexpr std::size_t streamBufferSize = 65536;
+
     void OpenToRead(const char* filespec);
     void OpenToUpdate(const char* filespec);
     void Turn(Direction direction);
@@ -51,6 +55,7 @@ private:
     bool CloseFile();
 
     const unsigned char* m_buffer = nullptr; ///< always null: only files are opened
+    std::unique_ptr<char[]> m_streamBuffer;  ///< m_file's
     std::FILE* m_file = nullptr;
     std::string m_name;
     OpenKind m_openKind = OpenKind::readOnly;

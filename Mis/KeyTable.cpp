@@ -36,7 +36,7 @@ bool MatchWord(std::string_view word, const char* pattern, int* index) noexcept 
                 return false;
             }
             *index = *index * 10 + (c - '0');
-        } else if (Lowered(c) != Lowered(*pattern)) {
+        } else if (c != *pattern && Lowered(c) != Lowered(*pattern)) {
             return false;
         }
         ++pattern;
@@ -84,12 +84,18 @@ KeyTable::KeyTable() : m_firstInBucket(), m_nextInBucket() {
     }
 }
 
-/// Digits and the marks that stand for them hash alike, and so do the two cases of a letter.
+/// Digits and the marks that stand for them hash alike, and so do the two cases of a letter. The length, the first
+/// character and the last few tell nearly all rows apart.
 std::uint32_t KeyTable::Hash(std::string_view name) noexcept {
-    std::uint32_t hash = 2166136261U;
-    for (const char c : name) {
+    constexpr std::size_t endLength = 5;
+    auto hash = static_cast<std::uint32_t>(name.size());
+    const auto add = [&hash](char c) {
         const char kind = c == '%' || IsDigit(c) ? '0' : Lowered(c);
         hash = (hash ^ static_cast<unsigned char>(kind)) * 16777619U;
+    };
+    add(name.empty() ? '\0' : name.front());
+    for (const char c : name.substr(name.size() - std::min(name.size(), endLength))) {
+        add(c);
     }
     return hash ^ hash >> 15;
 }

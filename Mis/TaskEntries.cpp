@@ -44,7 +44,18 @@ TaskEntries::TaskEntries() {
 
 TaskEntries::Position TaskEntries::PositionOf(int key) const {
     const auto index = static_cast<std::size_t>(key);
-    return key > 0 && index < m_positions.size() ? m_positions[index] : none;
+    const bool known = key > 0 && index / blockSize < m_positions.size() && !m_positions[index / blockSize].empty();
+    return known ? m_positions[index / blockSize][index % blockSize] : none;
+}
+
+TaskEntries::Position& TaskEntries::Slot(int key) {
+    const auto index = static_cast<std::size_t>(key);
+    if (index / blockSize >= m_positions.size()) {
+        m_positions.resize(index / blockSize + 1);
+    }
+    Block& block = m_positions[index / blockSize];
+    block.resize(blockSize, none);
+    return block[index % blockSize];
 }
 
 const VTDEntry* TaskEntries::Find(int key) const {
@@ -58,12 +69,9 @@ VTDEntry* TaskEntries::Find(int key) {
 }
 
 void TaskEntries::Append(VTDEntry entry) {
-    const auto index = static_cast<std::size_t>(entry.GetKey());
-    if (index >= m_positions.size()) {
-        m_positions.resize(index + 1, none);
-    }
+    Position& position = Slot(entry.GetKey());
     m_entries.push_back(std::move(entry));
-    m_positions[index] = static_cast<Position>(m_entries.size() - 1);
+    position = static_cast<Position>(m_entries.size() - 1);
 }
 
 bool TaskEntries::Erase(int key) {
@@ -81,10 +89,10 @@ bool TaskEntries::Erase(int key) {
 
 bool TaskEntries::EraseRange(int first, int last) {
     const std::size_t before = m_erased.size();
-    const std::size_t end = last < 0 ? 0 : std::min(static_cast<std::size_t>(last) + 1, m_positions.size());
-    for (auto key = static_cast<std::size_t>(std::max(first, 0)); key < end; ++key) {
-        if (m_positions[key] != none) {
-            Forget(m_positions[key]);
+    const int largest = static_cast<int>(m_positions.size() * blockSize) - 1;
+    for (int key = std::max(first, 0); key <= std::min(last, largest); ++key) {
+        if (const Position position = PositionOf(key); position != none) {
+            Forget(position);
         }
     }
     const bool erased = m_erased.size() > before;
@@ -94,7 +102,7 @@ bool TaskEntries::EraseRange(int first, int last) {
 
 void TaskEntries::Forget(Position position) {
     m_erased.push_back(position);
-    m_positions[static_cast<std::size_t>(m_entries[position].GetKey())] = none;
+    Slot(m_entries[position].GetKey()) = none;
 }
 
 void TaskEntries::Compact() {
@@ -119,7 +127,7 @@ void TaskEntries::Compact() {
 
 void TaskEntries::Reindex() {
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
-        m_positions[static_cast<std::size_t>(m_entries[i].GetKey())] = static_cast<Position>(i);
+        Slot(m_entries[i].GetKey()) = static_cast<Position>(i);
     }
 }
 

@@ -34,12 +34,18 @@ private:
 
     static constexpr Position none = UINT32_MAX;
 
+    /// The positions of so many neighbouring keys. A usual file touches few blocks.
+    using Block = std::vector<Position>;
+
+    static constexpr std::size_t blockSize = 128;
+
     Position PositionOf(int key) const;
+    Position& Slot(int key);
     void Forget(Position position);
     void Compact();
     void Reindex();
 
     std::vector<VTDEntry> m_entries;
-    std::vector<Position> m_positions; ///< by key
-    std::vector<Position> m_erased;    ///< entries that are gone but still stand in m_entries
+    std::vector<Block> m_positions; ///< by key; a block that no entry needed is empty
+    std::vector<Position> m_erased; ///< entries that are gone but still stand in m_entries
 };
