@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Mis/TaskData.h"
+#include "classlib/String.h"
+
+#include <algorithm>
+#include <string>
+
+/// True when the syntax leaves the value alone: no comment, joint, section or continuation mark in it or where its line
+/// is broken.
+inline bool Survives(const std::string& name, const std::string& value) {
+    constexpr std::size_t width = 78;
+    const auto depth = static_cast<std::size_t>(std::count(name.begin(), name.end(), '.'));
+    const std::string line = std::string(2 * depth, ' ') + name.substr(name.rfind('.') + 1) + " = " + value;
+    bool intact = line.find("//") == line.npos && line.find("\"-\"") == line.npos && !line.ends_with("\"-");
+    for (std::size_t end = width; end < line.size(); end += width) {
+        intact = intact && line.compare(end - 2, 2, "\"-") != 0 && line.compare(end, line.npos, "-") != 0;
+    }
+    return intact && !name.empty() && !value.ends_with('{') && txccl::string::Crop(value) == value;
+}
+
+/// The law of the format: what is written reads back, unless the syntax changes a value, or a late version or type line
+/// leaves entries behind that are not legal.
+inline bool RoundTrips(VTaskData& data) {
+    std::string written;
+    std::string name;
+    std::string value;
+    data.Serialize(written);
+    VTaskData again("", true);
+    if (again.Deserialize(written, false) && again.Serialize(value) > 0 && value == written) {
+        return true;
+    }
+    int key = 0;
+    bool readable = VTaskData::GetKeyID("Type", &key, data.GetVersion(), 1) == 1 &&
+                    Survives("BuildVersion", written.substr(15, written.find("\r\n") - 15));
+    for (key = 0; key < 100000 && readable; ++key) {
+        readable = data.GetRaw(key, &value) == 0 ||
+                   (VTaskData::GetKeyName(key, name, data.GetVersion(), data.GetType()) == 1 &&
+                    data.IsValidEntry(key, value) && Survives(name, value));
+    }
+    return !readable;
+}

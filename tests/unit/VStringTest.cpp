@@ -1,0 +1,185 @@
+#include "Mis/VString.h"
+#include "Mis/VError.h"
+
+#include <climits>
+#include <cstring>
+#include <functional>
+#include <new>
+
+#include <gmock/gmock.h>
+
+namespace {
+int allocations = 0;
+std::size_t lastAllocation = 0;
+bool memoryIsOut = false;
+} // namespace
+
+// Only text blocks are allocated in this form.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    ++allocations;
+    lastAllocation = size;
+    return memoryIsOut ? nullptr : ::operator new[](size);
+}
+
+namespace {
+
+using S = VString;
+using Change = std::function<void(S&)>;
+using Ints = std::vector<int>;
+
+const char* const null = nullptr;
+const Ints nil = {-1, 0, 0};
+
+/// What stands before the characters: count, length, capacity.
+Ints Header(const VString& text) {
+    const auto* block = reinterpret_cast<const VStringData*>(static_cast<const char*>(text)) - 1;
+    return {block->nRefs, block->nDataLength, block->nAllocLength};
+}
+
+TEST(VString, EmptyTextsShareTheStaticBlockAndNeverTouchTheHeap) {
+    const int before = allocations;
+    VString text;
+    const VString copy(text);
+    text = copy;
+    text = "";
+    text += "";
+    text.ReleaseBuffer();
+    for (const VString& empty : {text, copy, VString(null), VString('x', -1), text + copy, GetEmptyString()}) {
+        EXPECT_EQ(static_cast<const char*>(empty), vPchNil);
+    }
+    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(Header(text), nil);
+    EXPECT_EQ(reinterpret_cast<const int*>(vDataNil), rgInitData);
+}
+
+TEST(VString, ChangingACopyLeavesTheOriginalAlone) {
+    // clang-format off
+    const std::pair<const char*, Change> cases[] = {
+        {"Xab ", [](S& s) { s.SetAt(0, 'X'); }}, {" AB ",     [](S& s) { s.MakeUpper(); }},
+        {"ab ",  [](S& s) { s.TrimLeft(); }},    {" ab",      [](S& s) { s.TrimRight(); }},
+        {"ab ",  [](S& s) { s = s.Mid(1); }},    {" ab !",    [](S& s) { s += '!'; }},
+        {"",     [](S& s) { s.Empty(); }},       {" ab  ab ", [](S& s) { s += s; }},
+        {"b ",   [](S& s) { s = static_cast<const char*>(s) + 2; }},
+        {"Z",    [](S& s) { *s.GetBuffer(0) = 'Z', s.ReleaseBuffer(1); }},
+    };
+    // clang-format on
+    for (const auto& [expected, change] : cases) {
+        const VString original(" ab ");
+        VString copy;
+        copy = original;
+        EXPECT_EQ(Header(copy), (Ints{2, 4, 4}));
+        change(copy);
+        EXPECT_STREQ(copy, expected);
+        EXPECT_STREQ(original, " ab ");
+        EXPECT_EQ(Header(original), (Ints{1, 4, 4})) << expected;
+    }
+}
+
+TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
+    VString text("abc");
+    EXPECT_EQ(lastAllocation, 3U + 13U);
+    text += "de";
+    EXPECT_EQ(lastAllocation, 5U + 13U);
+    text.GetBuffer(100);
+    const int before = allocations;
+    text += text;
+    text = static_cast<const char*>(text) + 5;
+    EXPECT_EQ(allocations, before);
+    VString copy(text);
+    copy.FreeExtra();
+    EXPECT_EQ(Header(copy), (Ints{1, 5, 5}));
+    EXPECT_EQ(Header(text), (Ints{1, 5, 100}));
+    std::strcpy(text.GetBuffer(0), "abc");
+    text.ReleaseBuffer();
+    EXPECT_EQ(Header(text), (Ints{1, 3, 3}));
+    text = "";
+    EXPECT_EQ(Header(text), (Ints{1, 0, 3})) << "an assignment keeps the block";
+    text.FreeExtra();
+    EXPECT_EQ(Header(text), nil);
+}
+
+TEST(VString, JoinsCutsTrimsAndFinds) {
+    const VString abc("abc");
+    VString left(" \t\v\f\r\n x \n"), right(left), kept("\xA0x\xA0 \x7F");
+    left.TrimLeft(), right.TrimRight(), kept.TrimLeft(), kept.TrimRight();
+    // clang-format off
+    const std::pair<VString, const char*> cases[] = {
+        {abc.Mid(5), ""},      {abc.Mid(INT_MIN), "abc"}, {abc.Mid(2, INT_MAX), "c"}, {abc.Mid(-5, 2), "ab"},
+        {abc.Mid(1, -1), ""},  {abc.Left(-1), ""},        {abc.Left(2), "ab"},        {abc.Left(10), "abc"},
+        {abc.Right(2), "bc"},  {abc.Right(10), "abc"},    {left, "x \n"},             {right, " \t\v\f\r\n x"},
+        {kept, "\xA0x\xA0 \x7F"}, {">" + abc + '!' + abc + VString('-', 3) + "<", ">abc!abc---<"},
+    };
+    // clang-format on
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(std::string(text, static_cast<std::size_t>(text.GetLength())), expected);
+    }
+    EXPECT_EQ((Ints{abc.Find('b'), abc.Find('b', 2), abc.Find('\0'), abc.Find("bc"), abc.Find("cb")}),
+              (Ints{1, -1, 3, 1, -1}));
+}
+
+TEST(VString, OutOfMemoryIsThrownAndLeavesTheStringAsItWas) {
+    const std::pair<const char*, Change> cases[] = {
+        {"VSTR-E-4109: 2147483659", [](S& s) { s.GetBuffer(INT_MAX - 1); }},
+        {"VSTR-E-4109: 19", [](S& s) { s = "longer"; }},
+        {"VSTR-E-4109: 16", [](S& s) { s.SetAt(0, 'X'); }},
+    };
+    for (const auto& [expected, change] : cases) {
+        VString text("abc");
+        const VString other(text);
+        std::string error;
+        memoryIsOut = true;
+        try {
+            change(text);
+        } catch (VError*) {
+            error = dynamic_cast<VI18NError&>(*err_caught()).what();
+        }
+        memoryIsOut = false;
+        EXPECT_EQ(error, expected);
+        EXPECT_STREQ(text, "abc");
+        EXPECT_EQ(Header(text), (Ints{2, 3, 3})) << expected;
+    }
+}
+
+TEST(VStringDeathTest, MisuseStopsTheProcess) {
+    // clang-format off
+    const std::pair<const char*, Change> cases[] = {
+        {"IsValidString(lpsz)", [](S& s) { s = null; }}, {"IsValidString(lpsz)",    [](S& s) { s += null; }},
+        {"IsValidString(lpsz)", [](S& s) { s + null; }}, {"IsValidString(lpsz)",    [](S& s) { null + s; }},
+        {"nIndex >= 0", [](S& s) { s.SetAt(-1, 'x'); }}, {"IsValidString(lpszSub)", [](S& s) { s.Find(null); }},
+        {"nMinBufLength >= 0", [](S& s) { s.GetBuffer(-1); }}, {"(2147483647 - 1)", [](S& s) { s.GetBuffer(INT_MAX); }},
+        {"nNewLength <= GetData()->nAllocLength", [](S& s) { s.ReleaseBuffer(4); }},
+        {"nIndex < GetData()->nDataLength", [](S& s) { s.SetAt(3, 'x'); }},
+        {"GetData()->nRefs != 0", [](S& s) { reinterpret_cast<int*>(s.GetBuffer(0))[-3] = 0, s.Empty(); }},
+        {"m_pchData != __null", [](S& s) { std::memset(static_cast<void*>(&s), 0, sizeof s), s.IsEmpty(); }},
+    };
+    // clang-format on
+    for (const auto& [assertion, misuse] : cases) {
+        VString text("abc");
+        EXPECT_DEATH(misuse(text), testing::AllOf(testing::HasSubstr(": Mis/VString."),
+                                                  testing::HasSubstr(std::string(assertion) + "' failed")));
+    }
+}
+
+TEST(VString, ComparesWithoutCase) {
+    // clang-format off
+    const std::tuple<const char*, const char*, int> cases[] = {
+        {"", "", 0},    {"aBc", "AbC", 0}, {"a", "B", -1},  {"ab", "abc", -1}, {"abc", "AB", 1},
+        {"Z", "[", 1},  {"\xE9", "a", -1}, {"", "\x80", 1}, {"_", "A", -1},    {"\xC4", "\xE4", -1},
+    };
+    // clang-format on
+    for (const auto& [a, b, order] : cases) {
+        EXPECT_EQ(qx_stricmp(a, b), order) << a << ' ' << b;
+    }
+}
+
+TEST(VString, FormatFillsTheFirstTwoMarkers) {
+    VString text("5%% of %s: %s %s %%");
+    char second[] = "%s";
+    EXPECT_EQ(VStringFormat(text, nullptr, second), 1);
+    EXPECT_STREQ(text, "5% of (null): %s %s %%");
+    text = "only %s";
+    EXPECT_EQ(VStringFormat(text, "x", second), 0);
+    EXPECT_STREQ(text, "only %s");
+}
+
+} // namespace
