@@ -79,7 +79,7 @@ bool TaskEntries::Erase(int key) {
     if (position == none) {
         return false;
     }
-    Forget(position);
+    Forget(key, position);
     // Closing each gap at once would make a series of deletions quadratic.
     if (m_erased.size() > usualCount && m_erased.size() > m_entries.size() / 2) {
         Compact();
@@ -92,7 +92,7 @@ bool TaskEntries::EraseRange(int first, int last) {
     const int largest = static_cast<int>(m_positions.size() * blockSize) - 1;
     for (int key = std::max(first, 0); key <= std::min(last, largest); ++key) {
         if (const Position position = PositionOf(key); position != none) {
-            Forget(position);
+            Forget(key, position);
         }
     }
     const bool erased = m_erased.size() > before;
@@ -100,9 +100,9 @@ bool TaskEntries::EraseRange(int first, int last) {
     return erased;
 }
 
-void TaskEntries::Forget(Position position) {
+void TaskEntries::Forget(int key, Position position) {
     m_erased.push_back(position);
-    Slot(m_entries[position].GetKey()) = none;
+    Slot(key) = none;
 }
 
 void TaskEntries::Compact() {

@@ -41,7 +41,7 @@ private:
 
     Position PositionOf(int key) const;
     Position& Slot(int key);
-    void Forget(Position position);
+    void Forget(int key, Position position);
     void Compact();
     void Reindex();
 
