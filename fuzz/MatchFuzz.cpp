@@ -1,27 +1,16 @@
 #include "Mis/NamCommon.h"
 
-#include <algorithm>
 #include <cassert>
-#include <cstring>
+#include <regex>
 
-static bool Matches(const char* name, const char* pattern, bool starts) {
-    if (starts && std::strncmp(pattern, "*.*", 3) == 0 && (pattern[3] == '/' || pattern[3] == '\0')) {
-        return Matches(name + std::strcspn(name, "/"), pattern + 3, false);
-    }
-    if (*pattern == '*') {
-        return Matches(name, pattern + 1, false) ||
-               (*name != '\0' && *name != '/' && Matches(name + 1, pattern, false));
-    }
-    const bool same = *pattern == *name || (*pattern == '?' && *name != '/' && *name != '\0');
-    return same && (*name == '\0' || Matches(name + 1, pattern + 1, *pattern == '/'));
-}
+#include <fnmatch.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* bytes, std::size_t size) {
-    constexpr std::size_t longest = 12;
-    const unsigned char* const middle = bytes + std::min(size / 2, longest);
-    const std::string pattern(bytes, middle);
-    const std::string name(middle, bytes + std::min(size, 2 * longest));
-    const char* n = name.c_str();
-    assert(nam_fmtmatch(sidf_get_ns(), n, pattern.c_str()) == Matches(n, pattern.c_str(), true));
+    static const std::regex anyFile("(^|/)\\*\\.\\*(?=/|\\0|$)");
+    const std::string text = std::string(bytes, bytes + size).substr(0, 24);
+    const std::string pattern = text.substr(0, text.size() / 2);
+    const char* name = text.c_str() + text.size() / 2;
+    const bool same = fnmatch(std::regex_replace(pattern, anyFile, "$1*").c_str(), name, FNM_PATHNAME) == 0;
+    assert(pattern.find_first_of("[\\") != pattern.npos || nam_fmtmatch(sidf_get_ns(), name, pattern.c_str()) == same);
     return 0;
 }

@@ -27,16 +27,14 @@ inline bool RoundTrips(VTaskData& data) {
     std::string value;
     data.Serialize(written);
     VTaskData again("", true);
-    if (again.Deserialize(written, false) && again.Serialize(value) > 0 && value == written) {
-        return true;
-    }
+    const bool same = again.Deserialize(written, false) && again.Serialize(value) > 0 && value == written;
     int key = 0;
-    bool readable = VTaskData::GetKeyID("Type", &key, data.GetVersion(), 1) == 1 &&
-                    Survives("BuildVersion", written.substr(15, written.find("\r\n") - 15));
-    for (key = 0; key < 100000 && readable; ++key) {
-        readable = data.GetRaw(key, &value) == 0 ||
-                   (VTaskData::GetKeyName(key, name, data.GetVersion(), data.GetType()) == 1 &&
-                    data.IsValidEntry(key, value) && Survives(name, value));
+    bool fault = !same && VTaskData::GetKeyID("Type", &key, data.GetVersion(), 1) == 1 &&
+                 Survives("BuildVersion", written.substr(15, written.find("\r\n") - 15));
+    for (key = 0; key < 100000 && fault; ++key) {
+        fault = data.GetRaw(key, &value) == 0 ||
+                (VTaskData::GetKeyName(key, name, data.GetVersion(), data.GetType()) == 1 &&
+                 data.IsValidEntry(key, value) && Survives(name, value));
     }
-    return !readable;
+    return !fault;
 }

@@ -1,5 +1,4 @@
 // A preload library that makes the tool's outside calls fail, from the start of its main() to the end.
-//
 // What the C library calls inside itself cannot be replaced by name. Every file is therefore opened as a stream whose
 // reads, writes, seeks and closing are functions of this library: all buffering and all error flags stay the C
 // library's own.
@@ -13,9 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <utility>
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -27,7 +24,6 @@
 namespace {
 
 Plan* plan = nullptr; ///< null outside of main()
-int liveWriters = 0;  ///< streams that write to the live file
 
 struct File {
     std::FILE* stream;
@@ -49,14 +45,12 @@ bool Hit(Call call) {
         return false;
     }
     ++plan->injected;
-    plan->injectedInSave += liveWriters > 0 ? 1 : 0;
+    plan->injectedInSave += std::any_of(files, std::end(files), [](const File& file) { return file.writesLive; });
     if (plan->effect == Effect::kill) {
         kill(getpid(), SIGKILL);
     }
     if (plan->effect == Effect::command) {
-        Plan* const resumed = std::exchange(plan, nullptr);
-        static_cast<void>(std::system(resumed->command));
-        plan = resumed;
+        static_cast<void>(std::system(plan->command));
         return false;
     }
     errno = plan->error;
@@ -80,15 +74,14 @@ ssize_t Write(void* cookie, const char* buffer, std::size_t size) {
 }
 
 int Seek(void* cookie, off64_t* offset, int whence) {
-    *offset = Hit(callSeek) ? -1 : lseek64(static_cast<File*>(cookie)->Descriptor(), *offset, whence);
+    *offset = Hit(callOther) ? -1 : lseek64(static_cast<File*>(cookie)->Descriptor(), *offset, whence);
     return *offset < 0 ? -1 : 0;
 }
 
 int Close(void* cookie) {
     File& file = *static_cast<File*>(cookie);
-    const bool fails = file.inner != nullptr && Hit(callClose);
+    const bool fails = file.inner != nullptr && Hit(callOther);
     const int result = file.inner == nullptr ? 0 : NEXT(fclose)(file.inner);
-    liveWriters -= file.writesLive ? 1 : 0;
     file = {};
     return fails ? -1 : result;
 }
@@ -102,7 +95,7 @@ int (*realMain)(int, char**, char**) = nullptr;
 
 int CountedMain(int argc, char** argv, char** environment) {
     unsetenv("LD_PRELOAD");
-    plan = MapPlan(getenv(planVariable));
+    plan = MapPlan(getenv("FAULT_PLAN"));
     const int status = realMain(argc, argv, environment);
     plan = nullptr;
     return status;
@@ -121,10 +114,8 @@ int __libc_start_main(decltype(realMain) program, int argc, char** argv, void (*
 
 // All memory comes first, lest a file be cut for want of it.
 std::FILE* fopen64(const char* path, const char* mode) {
-    const bool writes = *mode != 'r' || mode[1] == '+';
     File* const file = FileOf(nullptr);
-    file->writesLive = writes && plan != nullptr && std::strcmp(path, plan->live) == 0;
-    liveWriters += file->writesLive ? 1 : 0;
+    file->writesLive = plan != nullptr && std::strcmp(path, plan->live) == 0 && std::strpbrk(mode, "wa+") != nullptr;
     file->stream = fopencookie(file, mode, {Read, Write, Seek, Close});
     file->inner = file->stream == nullptr || Hit(callOpen) ? nullptr : NEXT(fopen64)(path, mode);
     if (file->inner == nullptr) {
@@ -148,13 +139,11 @@ int fileno(std::FILE* stream) noexcept {
 COUNTED(callStat, -1, stat64, int, (const char* path, struct stat64* status) noexcept, path, status)
 COUNTED(callStat, -1, lstat64, int, (const char* path, struct stat64* status) noexcept, path, status)
 COUNTED(callStat, -1, fstat64, int, (int descriptor, struct stat64* status) noexcept, descriptor, status)
-COUNTED(callAccess, -1, access, int, (const char* path, int mode) noexcept, path, mode)
-COUNTED(callMkdir, -1, mkdir, int, (const char* path, mode_t mode) noexcept, path, mode)
-COUNTED(callRemove, -1, remove, int, (const char* path) noexcept, path)
-COUNTED(callDirectory, nullptr, opendir, DIR*, (const char* path), path)
-COUNTED(callDirectory, nullptr, readdir64, dirent64*, (DIR * directory), directory)
-COUNTED(callUname, -1, uname, int, (utsname * host) noexcept, host)
-COUNTED(callClock, -1, gettimeofday, int, (timeval * now, void* zone) noexcept, now, zone)
+COUNTED(callOther, -1, access, int, (const char* path, int mode) noexcept, path, mode)
+COUNTED(callOther, -1, mkdir, int, (const char* path, mode_t mode) noexcept, path, mode)
+COUNTED(callOther, -1, remove, int, (const char* path) noexcept, path)
+COUNTED(callOther, -1, uname, int, (utsname * host) noexcept, host)
+COUNTED(callOther, -1, gettimeofday, int, (timeval * now, void* zone) noexcept, now, zone)
 #ifdef FAULTS_OF_MEMORY
 COUNTED(callMemory, nullptr, malloc, void*, (std::size_t size) noexcept, size)
 #endif

@@ -4,14 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// The outside calls of the tool that the preload library counts. A flush fails by its writes. No run seeks or reads a
-/// directory today.
-// clang-format off
-enum Call : unsigned {
-    callOpen, callRead, callWrite, callClose, callSeek, callMkdir, callStat, callAccess, callRemove, callDirectory,
-    callUname, callClock, callMemory,
-};
-// clang-format on
+/// The outside calls of the tool that the preload library counts. A flush fails by its writes.
+enum Call : unsigned { callOpen, callRead, callWrite, callStat, callOther, callMemory };
 
 constexpr unsigned Only(Call call) {
     return 1U << call;
@@ -24,8 +18,8 @@ enum class Effect {
     command, ///< a shell command runs before the call, which then takes its course
 };
 
-/// A test's order to the library, and the library's report. Both look at one mapped file, so that the report stands
-/// however the program ends.
+/// A test's order to the library, and the library's report. Both look at one mapped file, which the environment names
+/// in FAULT_PLAN, so that the report stands however the program ends.
 struct Plan {
     unsigned calls; ///< a set of Only(...)
     long first;     ///< the first call of the set to be hit, from 1
@@ -38,9 +32,6 @@ struct Plan {
     long injected = 0;       ///< calls that were hit
     long injectedInSave = 0; ///< those of them from the opening of the live file for writing to its closing
 };
-
-/// The environment variable that names the mapped file.
-inline constexpr const char* planVariable = "FAULT_PLAN";
 
 inline Plan* MapPlan(const char* path) {
     const int file = open(path, O_RDWR);
