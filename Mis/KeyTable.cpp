@@ -63,25 +63,26 @@ const KeyTable& KeyTable::Instance() {
     return table;
 }
 
-KeyTable::KeyTable() : m_firstInBucket(), m_nextInBucket() {
-    m_firstInBucket.fill(noRow);
-    m_byId.reserve(taskOptionCount);
-    for (Row row = 0; row < taskOptionCount; ++row) {
+KeyTable::Buckets::Buckets() : m_next() {
+    m_first.fill(noRow);
+}
+
+void KeyTable::Buckets::AddInFront(std::uint32_t hash, Row row) {
+    Row& first = m_first[hash % count];
+    m_next[row] = first;
+    first = row;
+}
+
+KeyTable::KeyTable() {
+    for (Row row = taskOptionCount; row-- > 0;) {
         const _TOInfo& option = taskOptions[row];
-        m_byId.push_back(row);
+        m_byName.AddInFront(Hash(option.keyName), row);
+        m_byId.AddInFront(Hash(option.id), row);
         if (const int span = SpanOf(option.keyName); span > 1) {
             m_families.push_back({option.id, span, row});
         }
     }
-    std::stable_sort(m_byId.begin(), m_byId.end(), [](Row a, Row b) { return taskOptions[a].id < taskOptions[b].id; });
-    std::stable_sort(m_families.begin(), m_families.end(),
-                     [](const Family& a, const Family& b) { return a.id < b.id; });
-    // Backwards, so that each bucket lists its rows in table order.
-    for (Row row = taskOptionCount; row-- > 0;) {
-        Row& first = m_firstInBucket[Hash(taskOptions[row].keyName) % bucketCount];
-        m_nextInBucket[row] = first;
-        first = row;
-    }
+    std::sort(m_families.begin(), m_families.end(), [](const Family& a, const Family& b) { return a.id < b.id; });
 }
 
 /// Digits and the marks that stand for them hash alike, and so do the two cases of a letter. The length, the first
@@ -98,6 +99,10 @@ std::uint32_t KeyTable::Hash(std::string_view name) noexcept {
         add(c);
     }
     return hash ^ hash >> 15;
+}
+
+std::uint32_t KeyTable::Hash(int id) noexcept {
+    return static_cast<std::uint32_t>(id) * 2654435769U >> 16;
 }
 
 int KeyTable::Normalise(int key) noexcept {
@@ -119,18 +124,19 @@ bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noe
 
 const _TOInfo* KeyTable::FirstOf(int key) const {
     const int id = Normalise(key);
-    const auto found = std::lower_bound(m_byId.begin(), m_byId.end(), id,
-                                        [](Row row, int wanted) { return taskOptions[row].id < wanted; });
-    return found != m_byId.end() && taskOptions[*found].id == id ? &taskOptions[*found] : nullptr;
+    for (Row row = m_byId.First(Hash(id)); row != noRow; row = m_byId.Next(row)) {
+        if (taskOptions[row].id == id) {
+            return &taskOptions[row];
+        }
+    }
+    return nullptr;
 }
 
 const _TOInfo* KeyTable::FirstLegal(int key, int version, int type) const {
     const int id = Normalise(key);
-    auto row = std::lower_bound(m_byId.begin(), m_byId.end(), id,
-                                [](Row candidate, int wanted) { return taskOptions[candidate].id < wanted; });
-    for (; row != m_byId.end() && taskOptions[*row].id == id; ++row) {
-        if (taskOptions[*row].IsLegal(version, type)) {
-            return &taskOptions[*row];
+    for (Row row = m_byId.First(Hash(id)); row != noRow; row = m_byId.Next(row)) {
+        if (taskOptions[row].id == id && taskOptions[row].IsLegal(version, type)) {
+            return &taskOptions[row];
         }
     }
     return nullptr;
@@ -138,7 +144,7 @@ const _TOInfo* KeyTable::FirstLegal(int key, int version, int type) const {
 
 const _TOInfo* KeyTable::FirstNamed(std::string_view name, int version, int type, int* index) const {
     const std::string_view word = FirstWord(txccl::string::CropEnd(name));
-    for (Row row = m_firstInBucket[Hash(word) % bucketCount]; row != noRow; row = m_nextInBucket[row]) {
+    for (Row row = m_byName.First(Hash(word)); row != noRow; row = m_byName.Next(row)) {
         const _TOInfo& option = taskOptions[row];
         if (option.IsLegal(version, type) && MatchWord(word, option.keyName, index)) {
             return &option;
@@ -156,10 +162,10 @@ const _TOInfo* KeyTable::LastNaming(int key, int version, int type) const {
             last = &taskOptions[row];
         }
     };
-    const auto byId = [](Row row, int wanted) { return taskOptions[row].id < wanted; };
-    for (auto row = std::lower_bound(m_byId.begin(), m_byId.end(), key, byId);
-         row != m_byId.end() && taskOptions[*row].id == key; ++row) {
-        consider(*row);
+    for (Row row = m_byId.First(Hash(key)); row != noRow; row = m_byId.Next(row)) {
+        if (taskOptions[row].id == key) {
+            consider(row);
+        }
     }
     auto family = std::upper_bound(m_families.begin(), m_families.end(), key,
                                    [](int wanted, const Family& candidate) { return wanted < candidate.id; });

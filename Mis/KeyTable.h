@@ -37,6 +37,24 @@ public:
 private:
     using Row = std::uint16_t;
 
+    static constexpr Row noRow = taskOptionCount;
+
+    /// Rows in buckets, each of which lists its rows in table order.
+    class Buckets {
+    public:
+        Buckets();
+        /// REQUIRES: rows are added from the last of the table to the first.
+        void AddInFront(std::uint32_t hash, Row row);
+        Row First(std::uint32_t hash) const { return m_first[hash % count]; }
+        Row Next(Row row) const { return m_next[row]; }
+
+    private:
+        static constexpr std::size_t count = 1024;
+
+        std::array<Row, count> m_first;
+        std::array<Row, taskOptionCount> m_next;
+    };
+
     /// A row whose name takes an index.
     struct Family {
         int id;
@@ -44,14 +62,11 @@ private:
         Row row;
     };
 
-    static constexpr Row noRow = taskOptionCount;
-    static constexpr std::size_t bucketCount = 1024;
-
     KeyTable();
     static std::uint32_t Hash(std::string_view name) noexcept;
+    static std::uint32_t Hash(int id) noexcept;
 
-    std::vector<Row> m_byId;        ///< by id, in table order within an id
+    Buckets m_byName;
+    Buckets m_byId;
     std::vector<Family> m_families; ///< by id
-    std::array<Row, bucketCount> m_firstInBucket;
-    std::array<Row, taskOptionCount> m_nextInBucket; ///< in table order
 };
