@@ -31,8 +31,8 @@ public:
     /// none, and for a name directly below the root.
     VString GetParentPath(bool hasTrailingSeparator) const;
 
-    /// Parts 8 and 14 are the file name without its directory; any other is empty. `length`, unless null, receives the
-    /// length. The flags play no part.
+    /// The numbers 8 and 14 stand for the file name without its directory; any other part is empty. `length`, unless
+    /// null, receives the length. The flags play no part.
     VString GetPart(int part, int* length, bool, bool, bool);
 
     const VString& GetName() const noexcept { return m_name; }

@@ -212,7 +212,7 @@ int VTaskData::SetPassword(int key, const std::string& value, bool overwrite) {
     return TypeSpec(key) == "#P" ? SetString(key, value, overwrite) : 0;
 }
 
-/// The spec of the key's row for this version and type, empty when there is none.
+/// The value syntax of the key's row for this version and type, empty when there is none.
 std::string_view VTaskData::TypeSpec(int key) const {
     const _TOInfo* row = KeyTable::Instance().FirstLegal(key, m_version, m_type);
     return row == nullptr ? "" : row->typeSpec;

@@ -21,6 +21,15 @@ using I18NMessage::Message;
 
 namespace {
 
+/// Runs a step of the wrap-up. What fails there, for want of memory, must not keep the next step from running.
+template <class Step> void Attempt(Step step) noexcept {
+    try {
+        step();
+    } catch (...) {
+        err_caught();
+    }
+}
+
 /// Deletes a directory, given with its separator, if it is empty. Returns: a negative number on failure, which by the
 /// convention of sys_delete never happens: a directory that is missing or in use is no failure.
 int DeleteDirectory(std::string directory) {
@@ -65,11 +74,11 @@ bool MakeChange(const std::string& logFileName, std::string& savedBackupDir, VI1
         upgrade();
         return true;
     } catch (VI18NError& thrown) {
-        error = thrown;
+        Attempt([&] { error = thrown; });
     } catch (...) {
         const auto thrown = err_caught();
         if (dynamic_cast<VI18NError*>(thrown.get()) != nullptr) {
-            error.CopyFrom(thrown.get());
+            Attempt([&] { error.CopyFrom(thrown.get()); });
         }
     }
     return false;
@@ -106,25 +115,16 @@ void ForgetBackups() noexcept {
     bakFiles.clear();
 }
 
-/// Runs a step of the wrap-up. What fails there, for want of memory, must not keep the next step from running.
-template <class Step> void attempt(Step step) noexcept {
-    try {
-        step();
-    } catch (...) {
-        err_caught();
-    }
-}
-
-int runGuarded(const CommandLine& commandLine) {
+int RunGuarded(const CommandLine& commandLine) {
     std::string savedBackupDir;
     VI18NError error;
     const bool success = MakeChange(commandLine.logFileName, savedBackupDir, error);
     if (!success) {
-        attempt([&] { ReportError(error); });
-        attempt(rollback);
+        Attempt([&] { ReportError(error); });
+        Attempt(rollback);
     }
-    attempt([&] { CleanUp(savedBackupDir); });
-    attempt([&] { ReportOutcome(success, commandLine.text); });
+    Attempt([&] { CleanUp(savedBackupDir); });
+    Attempt([&] { ReportOutcome(success, commandLine.text); });
     batutil_FlushLog();
     batutil_LogClose();
     ForgetBackups();
@@ -135,10 +135,10 @@ int runGuarded(const CommandLine& commandLine) {
 
 int runPlugSetter(int argc, char** argv) {
     int exitCode = exitFailure;
-    attempt([&] {
+    Attempt([&] {
         CommandLine commandLine;
         if (parseCommandLine(argc, argv, commandLine)) {
-            exitCode = runGuarded(commandLine);
+            exitCode = RunGuarded(commandLine);
         }
     });
     return exitCode;
