@@ -30,10 +30,20 @@ template <class Step> void Attempt(Step step) noexcept {
     }
 }
 
-/// Deletes a directory, given with its separator, if it is empty. Returns: a negative number on failure, which by the
-/// convention of sys_delete never happens: a directory that is missing or in use is no failure.
+/// True when `path` is where the configuration is, or would be.
+bool IsConfiguration(const std::string& path) {
+    const std::string configuration = txccl::FilenameHelper::join(installationDir, csl::Files::GLOBAL);
+    return path == configuration || sys_isSameFile(path.c_str(), configuration.c_str());
+}
+
+/// Deletes a directory, given with its separator, if it is empty, or a file of that name unless it is the
+/// configuration. Returns: a negative number on failure, which by the convention of sys_delete never happens: a
+/// directory that is missing or in use is no failure.
 int DeleteDirectory(std::string directory) {
     directory.pop_back();
+    if (IsConfiguration(directory)) {
+        return 0;
+    }
     if (directory.find_first_of("*?") != std::string::npos) {
         // To sys_delete this would be a pattern.
         return sys_remove(directory.c_str()) ? 1 : 0;
@@ -45,9 +55,8 @@ void OpenLog(const std::string& logFileName) {
     if (!txccl::File::exists(installationDir)) {
         dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
     }
-    const std::string log = txccl::FilenameHelper::join(installationDir, logFileName);
-    if (sys_isSameFile(log.c_str(), (installationDir + csl::Files::GLOBAL).c_str())) {
-        // The log would begin by emptying the configuration. The run does without.
+    if (IsConfiguration(txccl::FilenameHelper::join(installationDir, logFileName))) {
+        // The log would begin by emptying it. The run does without.
         return;
     }
     constexpr int truncate = 1;

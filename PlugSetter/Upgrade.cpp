@@ -2,6 +2,7 @@
 
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
+#include "Mis/Log.h"
 #include "Mis/TaskData.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/VError.h"
@@ -64,9 +65,14 @@ bool IsCompleteCopy(const std::string& file, const std::string& copy) {
     return sys_regularFileSize(copy.c_str(), copied) && copied == size;
 }
 
+bool IsRunLog(const std::string& path) {
+    return g_logopt.block != nullptr && sys_isSameFile(path.c_str(), g_logopt.block->path);
+}
+
 void SaveCopy(const std::string& path) {
     const std::string copy = backupDir + csl::Files::GLOBAL;
-    if (!saveFile(installationDir, csl::Files::GLOBAL, backupDir, "", false) || !IsCompleteCopy(path, copy)) {
+    if (IsRunLog(copy) || !saveFile(installationDir, csl::Files::GLOBAL, backupDir, "", false) ||
+        !IsCompleteCopy(path, copy)) {
         Fail(msgUnexpected, label);
     }
     auto entry = std::unique_ptr<BackupEntry>(new BackupEntry{VFileName(path, -1, false), VFileName(copy, -1, false)});

@@ -6,6 +6,6 @@
 ///
 /// Throws a pointer to VI18NError (module UTIL, error): 7948 when the file cannot be loaded, 7949, 7951 and 7952 when
 /// the comment or code, the library, or the name cannot be set, 7947 for anything that no error object explains, among
-/// it a copy that is not complete; and what backupFile throws. Logs UTIL 7953 when done. The result of saving is not
-/// looked at.
+/// it a copy that is not complete or would be the log; and what backupFile throws. Logs UTIL 7953 when done. The result
+/// of saving is not looked at.
 void upgrade();

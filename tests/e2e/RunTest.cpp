@@ -134,6 +134,8 @@ TEST_F(Run, ChangesNothingThatItCannotCopyOrRead) {
     fs::create_directories(copyDir + "Global.qxc");
     Fail(backup, {"BSTR 4145 E [" + copyDir + "Global.qxc]"});
     Fail(dir / "", {"BSTR 4145 E [" + config + "]"}); // the copy would be the file itself
+    const std::string inside = config + "/" + Node() + "/";
+    Fail(config, {"DISK 4341 E [" + inside + "]", "UTIL 4341 E [" + inside + "]"});
     EXPECT_EQ(ReadFile(config), original);
     fs::remove_all(backup);
     fs::remove(config);
@@ -160,6 +162,13 @@ TEST_F(Run, WorksWithoutALog) {
         EXPECT_EQ(ReadFile(config), registered);
     }
     EXPECT_EQ(Entries(), 5);
+    fs::remove(config);
+    Tool({"-r", "ORACLE", agent, backup, "Global.qxc"});
+    EXPECT_FALSE(fs::exists(config));
+    // A log in the place of the copy would be copied back.
+    WriteFile(config, original);
+    Tool({"-r", "ORACLE", agent, backup, "../backup/" + Node() + "/Global.qxc"}, 1);
+    EXPECT_EQ(ReadFile(config), original);
 }
 
 } // namespace
