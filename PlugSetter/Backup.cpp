@@ -19,16 +19,6 @@ namespace {
 
 constexpr const char* label = "backupFile()";
 
-bool IsMissing(const std::string& path) {
-    if (doesFileExist(path.c_str())) {
-        return false;
-    }
-    if (!sys_meansMissing(errno)) {
-        err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
-    }
-    return true;
-}
-
 void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
     unsigned char buffer[4096];
     unsigned count = 0;
@@ -95,12 +85,22 @@ bool RestoreAll() noexcept {
 
 } // namespace
 
+bool isMissing(const std::string& path, const char* caller) {
+    if (doesFileExist(path.c_str())) {
+        return false;
+    }
+    if (!sys_meansMissing(errno)) {
+        err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, caller));
+    }
+    return true;
+}
+
 bool saveFile(const std::string& srcDir, const std::string& fileName, const std::string& dstDir,
               const std::string& dstName, bool deleteSource) {
     bool saved = false;
     guarded(label, [&] {
         const std::string source = srcDir + fileName;
-        if (IsMissing(source)) {
+        if (isMissing(source, label)) {
             return;
         }
         if (dstName.empty()) {

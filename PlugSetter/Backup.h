@@ -2,6 +2,9 @@
 
 #include <string>
 
+/// True when there is nothing of this name. Throws a pointer to VI18NError, 7947 (caller), when the system cannot tell.
+bool isMissing(const std::string& path, const char* caller);
+
 /// Copies `srcDir` + `fileName` byte for byte to `dstDir` under `dstName`, or under its own name when that is empty,
 /// and deletes the source if asked to. Both directories end in the separator; the destination's is created. A missing
 /// source is no error and leaves no trace; a source that cannot be deleted is logged (UTIL 7946, warning). Throws a

@@ -11,7 +11,6 @@
 #include "PlugSetter/Guard.h"
 #include "Plugins/IPluginsCommon.h"
 
-#include <cerrno>
 #include <cstdint>
 #include <string>
 
@@ -141,10 +140,7 @@ void Edit(VTaskData& configuration) {
 void upgrade() {
     guarded(label, [] {
         const std::string path = installationDir + csl::Files::GLOBAL;
-        if (!doesFileExist(path.c_str())) {
-            if (!sys_meansMissing(errno)) {
-                Fail(msgUnexpected, label);
-            }
+        if (isMissing(path, label)) {
             return;
         }
         SaveCopy(path);
