@@ -39,17 +39,40 @@ VBinaryStream::~VBinaryStream() {
     }
 }
 
-void VBinaryStream::Open(const char* filespec, AccessMode mode) {
+/// Allocates before the opening: once that has emptied the file, nothing may fail.
+void VBinaryStream::Prepare(const char* filespec) {
     assert(m_file == 0);
     assert(m_buffer == 0);
     m_name = filespec == nullptr ? "" : filespec;
     m_direction = Direction::none;
     m_writeError = 0;
-    // The callers move small pieces, each of which would be a system call with the usual buffer. Had first: opening may
-    // empty a file, which nothing must follow that can fail.
-    m_streamBuffer = std::make_unique_for_overwrite<char[]>(streamBufferSize);
+    // The callers move small pieces, each of which would be a system call with the usual buffer.
+    m_streamBuffer.reset(new char[streamBufferSize]);
     // An empty name fails without touching errno.
     errno = 0;
+}
+
+void VBinaryStream::Open(Descriptor file, const char* filespec, AccessMode mode) {
+    Prepare(filespec);
+    m_file = fdopen(file.Number(), "r+b");
+    m_openKind = mode == WriteMode ? OpenKind::write : OpenKind::update;
+    if (m_file == nullptr) {
+        Throw(msgCannotCreate, m_name);
+    }
+    file.Release();
+    std::setvbuf(m_file, m_streamBuffer.get(), _IOFBF, streamBufferSize);
+}
+
+int VBinaryStream::GetDescriptor() const noexcept {
+    return m_file == nullptr ? -1 : fileno(m_file);
+}
+
+bool VBinaryStream::HasReadFailed() const noexcept {
+    return m_file != nullptr && std::ferror(m_file) != 0;
+}
+
+void VBinaryStream::Open(const char* filespec, AccessMode mode) {
+    Prepare(filespec);
     switch (mode) {
     case ReadMode:
     case ReadShareMode: OpenToRead(filespec); break;
@@ -130,7 +153,7 @@ void VBinaryStream::Flush() {
     m_direction = Direction::none;
 }
 
-/// Between a write and a read the standard stream wants a seek, which may go nowhere.
+/// C streams need a seek between writing and reading; this one seeks by zero.
 void VBinaryStream::Turn(Direction direction) {
     if (m_direction != Direction::none && m_direction != direction) {
         NoteWrite(fseeko(m_file, 0, SEEK_CUR) == 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Mis/Unix/Descriptor.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -27,6 +29,12 @@ public:
     /// written or created, 4159 (no parameter) when the directory of a new file cannot be searched. A mode outside of
     /// the enumeration opens nothing.
     void Open(const char* filespec, AccessMode mode);
+    /// Goes on with a file that is open already for reading and writing, and closes it in the end. Throws 4145.
+    void Open(Descriptor file, const char* filespec, AccessMode mode);
+    /// The number that the system knows the open file by; below 0 when there is none.
+    int GetDescriptor() const noexcept;
+    /// True when reading the open file has failed, not merely ended.
+    bool HasReadFailed() const noexcept;
     /// Closes in any case. Throws 4152 when the last bytes could not be written, else 4148 when closing failed.
     void Close();
     /// Throws 4152, whose cause is the system's error, when this or an earlier write failed.
@@ -48,6 +56,7 @@ private:
 
     static constexpr std::size_t streamBufferSize = 65536;
 
+    void Prepare(const char* filespec);
     void OpenToRead(const char* filespec);
     void OpenToUpdate(const char* filespec);
     void Turn(Direction direction);

@@ -3,7 +3,8 @@
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
 #include "Mis/Dat.h"
-#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/OutputFile.h"
 #include "Mis/VError.h"
 #include "Mis/Version.h"
 #include "classlib/FilenameHelper.h"
@@ -13,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -28,6 +30,7 @@ int nLogFiles = 4;
 int currLogFileNo = 0;
 bool bAtLeastOneOpen = false;
 logopt g_logopt = {};
+std::optional<FileAccess> g_logAccess;
 bool g_ErrStart = false;
 LogStatistics g_logStatistics = {};
 
@@ -44,11 +47,39 @@ void SetBlock(std::unique_ptr<logblk> block) noexcept {
     const std::unique_ptr<logblk> previous(std::exchange(g_logopt.block, block.release()));
 }
 
-std::unique_ptr<logblk> OpenBlock(const std::string& path, const char* mode) {
+void ApplyAccess(const OutputFile& output) {
+    if (!g_logAccess) {
+        return;
+    }
+    if (output.created) {
+        sys_giveAccess(output.file.Number(), *g_logAccess);
+    } else if (FileStatus::Of(output.file.Number()).HasOneName()) {
+        sys_narrowAccess(output.file.Number(), *g_logAccess);
+    }
+}
+
+/// Returns: null when the file cannot be opened.
+std::FILE* OpenFile(const std::string& path, bool truncate) {
+    OutputFile output = sys_openOutput(path, truncate ? O_WRONLY : O_RDWR | O_APPEND, g_logAccess ? 0600 : 0666);
+    if (!output.file.IsOpen()) {
+        return nullptr;
+    }
+    ApplyAccess(output);
+    if (truncate && FileStatus::Of(output.file.Number()).IsRegular() && ftruncate(output.file.Number(), 0) != 0) {
+        return nullptr;
+    }
+    std::FILE* const file = fdopen(output.file.Number(), truncate ? "w" : "a+");
+    if (file != nullptr) {
+        output.file.Release();
+    }
+    return file;
+}
+
+std::unique_ptr<logblk> OpenBlock(const std::string& path, bool truncate) {
     auto block = std::make_unique<logblk>();
     block->flushEveryLine = 1;
     block->path[path.copy(block->path, sizeof block->path - 1)] = '\0';
-    block->fp = sys_fopen(path.c_str(), mode, 0);
+    block->fp = OpenFile(path, truncate);
     return block->fp == nullptr ? nullptr : std::move(block);
 }
 
@@ -93,15 +124,25 @@ void ShowWriteFailure(const logblk& block) {
     VI18NError(modLogs, msgLogWriteFailed, block.path).LogShow();
 }
 
-/// Takes back what of a line got into the file before writing failed; the next line would otherwise join it.
+/// Where in the file the next line begins. A stream that appends writes at the end, wherever its position is.
+off_t LineStart(std::FILE* file) {
+    const int descriptor = fileno(file);
+    const bool appends = (fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
+    return appends ? FileStatus::Of(descriptor).Size() : ftello(file);
+}
+
+/// Takes back what of a line got into the file before writing failed; the next line would otherwise join it. What
+/// somebody else has written behind it stays.
 void CutTo(off_t lineStart, std::FILE* file) {
-    if (lineStart >= 0 && ftello(file) > lineStart && ftruncate(fileno(file), lineStart) == 0) {
+    const off_t end = ftello(file);
+    const FileStatus status = FileStatus::Of(fileno(file));
+    if (lineStart >= 0 && end > lineStart && end == status.Size() && ftruncate(fileno(file), lineStart) == 0) {
         fseeko(file, lineStart, SEEK_SET);
     }
 }
 
 int WriteToBlock(const std::string& line, logblk* block) {
-    const off_t lineStart = ftello(block->fp);
+    const off_t lineStart = LineStart(block->fp);
     const bool written = std::fputs(line.c_str(), block->fp) >= 0;
     if (flushExpiredLines(block) != 0 || !written) {
         CutTo(lineStart, block->fp);
@@ -122,7 +163,7 @@ int WriteToConsole(std::string& line) {
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered) {
     const std::string path = numbered ? ChooseNumbered(dir, name) : txccl::FilenameHelper::join(dir, name);
     const bool truncate = mode == modeTruncate && !numbered;
-    auto block = OpenBlock(path, truncate ? "w" : "a+");
+    auto block = OpenBlock(path, truncate);
     if (block == nullptr) {
         return false;
     }

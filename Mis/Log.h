@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Mis/Unix/FileAccess.h"
+
 #include <cstdio>
+#include <optional>
 #include <string>
 
 /// The run log: the one text file, open at a time, into which everything is reported.
@@ -35,6 +38,9 @@ extern int nLogFiles;
 extern int currLogFileNo; ///< from 0
 extern bool bAtLeastOneOpen;
 extern logopt g_logopt;
+/// Whom the logs that are opened from now on are for: a new log is given this access, one that exists is narrowed to
+/// it. Without it the umask decides on new ones.
+extern std::optional<FileAccess> g_logAccess;
 
 /// A file of the numbered ring.
 struct logfilelist {
@@ -46,8 +52,9 @@ struct logfilelist {
 };
 
 /// Opens `name` in `dir`: truncated when `mode` is 1, else appended to; the numbered mode always appends, to the file
-/// that batutil_GetNextFilename chooses. A log that is still open is left to itself. Returns: false when
-/// the file cannot be opened; everything is then reported as before.
+/// that batutil_GetNextFilename chooses. A log that is still open is left to itself. Returns: false when the file
+/// cannot be opened, is a FIFO, or lies behind a link of another user than root and this one; everything is then
+/// reported as before.
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered);
 
 /// Closes the log and switches logging off. Harmless when nothing is open.

@@ -97,7 +97,9 @@ public:
     bool Deserialize(std::string& text, bool applySideEffects);
     bool ParseLine(std::string line, bool applySideEffects);
 
-    /// Writes over the file, in place. Returns: bytes written; 0 on a write error; -1 when it cannot be opened.
+    /// Writes over the file, in place, and synchronises it; sys_writeFile says how. Returns: bytes written; 0 when there
+    /// is no room, or on a write error; -1 when the file cannot be opened or the text is above what this process may
+    /// write.
     long SaveToFile(std::string name);
     /// Replaces `out` by the whole text, entries sorted. Returns: its length.
     long Serialize(std::string& out);
@@ -111,6 +113,7 @@ private:
 
     static bool extensionLoaded; ///< the plug-in list of this process has been handed over
 
+    bool DeserializeText(std::string_view text, bool applySideEffects);
     bool ParseAll(std::string_view text, bool applySideEffects);
     bool Parse(std::string_view line, bool applySideEffects);
     bool StoreHeader(int key, std::string_view value);

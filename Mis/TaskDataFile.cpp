@@ -10,6 +10,7 @@
 #include "classlib/String.h"
 
 #include <cstdint>
+#include <utility>
 
 using I18NMessage::Message;
 
@@ -41,11 +42,11 @@ int VTaskData::LoadFromFile(std::string name, bool showError, const char* contex
 
 int VTaskData::LoadFile(std::string name, bool applySideEffects) {
     const std::string& path = name.empty() ? m_fileName : name;
-    std::string text;
-    if (sys_readFile(path.c_str(), largestFile, text) < 1) {
+    FileContent content;
+    if (sys_readFile(path.c_str(), largestFile, content) < 1) {
         return -1;
     }
-    return Deserialize(text, applySideEffects) ? 1 : 0;
+    return DeserializeText(content.Text(), applySideEffects) ? 1 : 0;
 }
 
 void VTaskData::ReportSyntaxError(const std::string& name, bool showError, const char* context) {
@@ -60,6 +61,10 @@ void VTaskData::ReportSyntaxError(const std::string& name, bool showError, const
 }
 
 bool VTaskData::Deserialize(std::string& text, bool applySideEffects) {
+    return DeserializeText(text, applySideEffects);
+}
+
+bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
     m_reader.Reset();
     m_errorLine = 0;
     m_errorText.clear();
@@ -149,7 +154,7 @@ long VTaskData::SaveToFile(std::string name) {
     if (Serialize(text) <= 0) {
         return 0;
     }
-    return sys_writeFile(path.c_str(), text);
+    return sys_writeFile(path, std::move(text));
 }
 
 long VTaskData::Serialize(std::string& out) {

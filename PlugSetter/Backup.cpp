@@ -2,16 +2,23 @@
 
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
-#include "Mis/BinStrm.h"
 #include "Mis/Unix/Dsk.h"
+#include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/Unix/UtilitiesUnix.h"
+#include "Mis/Unix/WholeFile.h"
 #include "Mis/VError.h"
+#include "PlugSetter/FileCopy.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
+#include "PlugSetter/Process.h"
 #include "classlib/FilenameHelper.h"
 
-#include <cerrno>
+#include <cstdint>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using I18NMessage::Message;
 
@@ -19,34 +26,8 @@ namespace {
 
 constexpr const char* label = "backupFile()";
 
-void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
-    unsigned char buffer[4096];
-    unsigned count = 0;
-    do {
-        count = source.ReadRawData(buffer, sizeof buffer);
-        destination.WriteRawData(buffer, count);
-    } while (count > 0);
-}
-
-void CopyFile(const std::string& source, const std::string& directory, const std::string& destination,
-              VBinaryStream::AccessMode mode) {
-    VBinaryStream in;
-    in.Open(source.c_str(), VBinaryStream::ReadMode);
-    if (dsk_credir(nullptr, directory.c_str(), 0, nullptr, nullptr, 0) < 0) {
-        err_throw(std::make_unique<VI18NError>(modUtility, msgCannotCreateDirectory, directory.c_str()));
-    }
-    if (sys_isSameFile(source.c_str(), destination.c_str())) {
-        // Opening it would empty the source.
-        err_throw(std::make_unique<VI18NError>(modBinaryStream, msgCannotCreate, destination.c_str()));
-    }
-    VBinaryStream out;
-    out.Open(destination.c_str(), mode);
-    CopyBytes(in, out);
-    out.Close();
-    in.Close();
-}
-
 void DeleteSource(const std::string& directory, const std::string& fileName) {
+    // By the convention of sys_delete never below 0: a source that stays is not reported.
     const int result = sys_delete((directory + fileName).c_str());
     if (result < 0) {
         Message::LogMsg(msgSourceNotDeleted, msg_mod2str(modUtility), I18NMessage::SeverityWarning,
@@ -54,27 +35,39 @@ void DeleteSource(const std::string& directory, const std::string& fileName) {
     }
 }
 
-/// The directory of a full name, ready to be put before a file name. A file of the root directory has an empty parent.
-std::string DirectoryOf(const VFileName& name) {
-    const char separator = name.GetPathSeparator();
-    std::string directory(name.GetParentPath(false));
-    const bool absolute = *static_cast<const char*>(name.GetName()) == separator;
-    if (absolute || !directory.empty()) {
-        directory += separator;
+/// Writes the copy over the live file as a save would. Returns: false, with the live file as it was, when the copy
+/// cannot be read.
+bool WriteBack(const std::string& copy, const FileStatus& status, const std::string& live) {
+    FileContent content;
+    if (!status.IsRegular() || sys_readFile(copy.c_str(), UINT64_MAX, content) < 1 ||
+        dsk_credir(nullptr, sys_directoryOf(live).c_str(), 0, nullptr, nullptr, 0) < 0) {
+        return false;
     }
-    return directory;
+    const FileAccess access = sys_accessOf(copy, status);
+    holdSignals();
+    return sys_writeFile(live, std::string(content.Text()), &access) == static_cast<long>(content.size);
 }
 
-void Restore(BackupEntry& entry) {
-    constexpr int fileNamePart = 14;
-    const VString fileName = entry.copy.GetPart(fileNamePart, nullptr, false, false, false);
-    backupFile(DirectoryOf(entry.copy), std::string(fileName), DirectoryOf(entry.live), "", false);
+bool Restore(const BackupEntry& entry) {
+    const std::string live(entry.live.GetName());
+    const std::string copy(entry.copy.GetName());
+    const FileStatus status = FileStatus::Of(copy);
+    if (status.GetPresence() == Presence::missing) {
+        return !entry.liveWasOpened;
+    }
+    if (sys_holdsSame(live, copy)) {
+        utimensat(AT_FDCWD, live.c_str(), nullptr, 0);
+        return true;
+    }
+    return WriteBack(copy, status, live) && sys_holdsSame(live, copy);
 }
 
 bool RestoreAll() noexcept {
     try {
-        for (BackupEntry* entry : bakFiles) {
-            Restore(*entry);
+        for (const BackupEntry* entry : bakFiles) {
+            if (!Restore(*entry)) {
+                return false;
+            }
         }
         return true;
     } catch (...) {
@@ -85,39 +78,24 @@ bool RestoreAll() noexcept {
 
 } // namespace
 
-bool isMissing(const std::string& path, const char* caller) {
-    if (doesFileExist(path.c_str())) {
-        return false;
+void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName,
+                bool deleteSource) try {
+    const std::string source = srcDir + fileName;
+    switch (FileStatus::Of(source).GetPresence()) {
+    case Presence::missing: return;
+    case Presence::unknown: err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
+    case Presence::present: break;
     }
-    if (!sys_meansMissing(errno)) {
-        err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, caller));
+    if (dstName.empty()) {
+        copyFile(source, dstDir + fileName, VBinaryStream::WriteMode);
+    } else {
+        copyFile(source, dstDir + dstName, VBinaryStream::UpdateMode);
     }
-    return true;
-}
-
-bool saveFile(const std::string& srcDir, const std::string& fileName, const std::string& dstDir,
-              const std::string& dstName, bool deleteSource) {
-    bool saved = false;
-    guarded(label, [&] {
-        const std::string source = srcDir + fileName;
-        if (isMissing(source, label)) {
-            return;
-        }
-        if (dstName.empty()) {
-            CopyFile(source, dstDir, dstDir + fileName, VBinaryStream::WriteMode);
-        } else {
-            CopyFile(source, dstDir, dstDir + dstName, VBinaryStream::UpdateMode);
-        }
-        if (deleteSource) {
-            DeleteSource(srcDir, fileName);
-        }
-        saved = true;
-    });
-    return saved;
-}
-
-void backupFile(std::string srcDir, std::string fileName, std::string dstDir, std::string dstName, bool deleteSource) {
-    saveFile(srcDir, fileName, dstDir, dstName, deleteSource);
+    if (deleteSource) {
+        DeleteSource(srcDir, fileName);
+    }
+} catch (...) {
+    throwAsError(label);
 }
 
 void rollback() {

@@ -49,7 +49,7 @@ void formatDirectoryName(std::string& dir) {
     }
 }
 
-bool parseCommandLine(int argc, char** argv, CommandLine& commandLine) {
+bool parseCommandLine(int argc, char** argv, std::string& text) {
     if (argc < argumentCount || !ParseAction(argv[argAction])) {
         usage();
         return false;
@@ -64,8 +64,8 @@ bool parseCommandLine(int argc, char** argv, CommandLine& commandLine) {
         installationDir.pop_back();
     }
     backupDir = argv[argBackupDir];
-    commandLine.logFileName = argv[argLogFileName];
-    commandLine.text = Quoted(argc, argv);
+    logFileName = argv[argLogFileName];
+    text = Quoted(argc, argv);
 
     formatDirectoryName(installationDir);
     formatDirectoryName(backupDir);

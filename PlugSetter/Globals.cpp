@@ -4,5 +4,6 @@ int regType = registerPlugin;
 std::string plugName;
 std::string installationDir;
 std::string backupDir;
+std::string logFileName;
 char agentName[65] = {};
 std::list<BackupEntry*> bakFiles;

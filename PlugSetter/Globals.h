@@ -11,6 +11,7 @@
 struct BackupEntry {
     VFileName live;
     VFileName copy;
+    bool liveWasOpened = false; ///< this run has opened the live file for writing, or tried to
 };
 
 enum RegType { registerPlugin = 0, unregisterPlugin = 1 };
@@ -19,6 +20,7 @@ extern int regType;
 extern std::string plugName;             ///< as given on the command line
 extern std::string installationDir;      ///< ends in the separator
 extern std::string backupDir;            ///< ends in the separator; with the node's name once the run has got that far
+extern std::string logFileName;          ///< in the installation directory
 extern char agentName[65];               ///< this machine's node name
 extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving
 

@@ -1,19 +1,5 @@
 #pragma once
 
-#include "MessageLIB/MessageIds.h"
-#include "Mis/VError.h"
-
-#include <memory>
-
-/// Runs the body of one of the tool's functions. A thrown VI18NError pointer passes; any other exception becomes the
-/// error UTIL 7947 with the function's label.
-template <class Body> void guarded(const char* label, Body body) {
-    try {
-        body();
-    } catch (VI18NError*) {
-        throw;
-    } catch (...) {
-        err_caught();
-        err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
-    }
-}
+/// Ends the function-try-block of one of the tool's functions: throws on the VI18NError pointer that is being handled,
+/// and for any other exception the error UTIL 7947 with the function's label. REQUIRES: called while a handler runs.
+[[noreturn]] void throwAsError(const char* label);

@@ -3,18 +3,22 @@
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
 #include "Mis/Log.h"
+#include "Mis/Unix/DirectoryLock.h"
 #include "Mis/Unix/Dsk.h"
+#include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/VError.h"
 #include "PlugSetter/Backup.h"
 #include "PlugSetter/CommandLine.h"
 #include "PlugSetter/ExitCodes.h"
 #include "PlugSetter/Globals.h"
+#include "PlugSetter/Paths.h"
+#include "PlugSetter/Process.h"
 #include "PlugSetter/Upgrade.h"
 #include "classlib/File.h"
-#include "classlib/FilenameHelper.h"
 
+#include <cstdio>
 #include <string>
 
 using I18NMessage::Message;
@@ -30,10 +34,16 @@ template <class Step> void Attempt(Step step) noexcept {
     }
 }
 
-/// True when `path` is where the configuration is, or would be.
-bool IsConfiguration(const std::string& path) {
-    const std::string configuration = txccl::FilenameHelper::join(installationDir, csl::Files::GLOBAL);
-    return path == configuration || sys_isSameFile(path.c_str(), configuration.c_str());
+/// True when deleting the entry `path` would take the configuration away: a link to it, or a further name of the file,
+/// can go.
+bool HoldsConfiguration(const std::string& path) {
+    const FileStatus entry = FileStatus::OfEntry(path);
+    if (entry.GetPresence() == Presence::missing) {
+        return false;
+    }
+    const std::string configuration = runPaths().configuration;
+    return sys_isSameEntry(path, configuration) || sys_isSameEntry(path, installationDir) ||
+           (entry.HasOneName() && entry.IsSameAs(FileStatus::Of(configuration)));
 }
 
 /// Deletes a directory, given with its separator, if it is empty, or a file of that name unless it is the
@@ -41,7 +51,7 @@ bool IsConfiguration(const std::string& path) {
 /// directory that is missing or in use is no failure.
 int DeleteDirectory(std::string directory) {
     directory.pop_back();
-    if (IsConfiguration(directory)) {
+    if (HoldsConfiguration(directory)) {
         return 0;
     }
     if (directory.find_first_of("*?") != std::string::npos) {
@@ -51,13 +61,17 @@ int DeleteDirectory(std::string directory) {
     return sys_delete(directory.c_str()) ? 1 : 0;
 }
 
-void OpenLog(const std::string& logFileName) {
-    if (!txccl::File::exists(installationDir)) {
-        dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
-    }
-    if (IsConfiguration(txccl::FilenameHelper::join(installationDir, logFileName))) {
-        // The log would begin by emptying it. The run does without.
+/// Opens the log, unless that would empty the configuration: the run then does without.
+void OpenLog() {
+    const Paths paths = runPaths();
+    const FileStatus configuration = FileStatus::Of(paths.configuration);
+    if (sys_isSameFile(paths.log, paths.configuration, configuration)) {
         return;
+    }
+    // A record may repeat a line of the configuration.
+    g_logAccess.reset();
+    if (configuration.GetPresence() != Presence::missing) {
+        g_logAccess = sys_accessOf(paths.configuration, configuration);
     }
     constexpr int truncate = 1;
     batutil_LogOpen(installationDir.c_str(), logFileName.c_str(), truncate, false);
@@ -76,9 +90,9 @@ void PrepareBackupDir(std::string& savedBackupDir) {
 }
 
 /// Returns: true when the change is made; else `error` says why, unless nothing did.
-bool MakeChange(const std::string& logFileName, std::string& savedBackupDir, VI18NError& error) {
+bool MakeChange(std::string& savedBackupDir, VI18NError& error) {
     try {
-        OpenLog(logFileName);
+        OpenLog();
         PrepareBackupDir(savedBackupDir);
         upgrade();
         return true;
@@ -124,20 +138,33 @@ void ForgetBackups() noexcept {
     bakFiles.clear();
 }
 
-int RunGuarded(const CommandLine& commandLine) {
+int RunGuarded(const std::string& commandLine) {
     std::string savedBackupDir;
     VI18NError error;
-    const bool success = MakeChange(commandLine.logFileName, savedBackupDir, error);
+    const bool success = MakeChange(savedBackupDir, error);
     if (!success) {
         Attempt([&] { ReportError(error); });
         Attempt(rollback);
     }
     Attempt([&] { CleanUp(savedBackupDir); });
-    Attempt([&] { ReportOutcome(success, commandLine.text); });
+    Attempt([&] { ReportOutcome(success, commandLine); });
     batutil_FlushLog();
     batutil_LogClose();
     ForgetBackups();
     return success ? exitSuccess : exitFailure;
+}
+
+/// Runs while no other run works in the installation directory, which is made if it is missing.
+int RunAlone(const std::string& commandLine) {
+    if (!txccl::File::exists(installationDir)) {
+        dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
+    }
+    DirectoryLock lock;
+    if (!lock.Acquire(installationDir)) {
+        std::printf("ERROR: another run holds the installation directory - %s\n", installationDir.c_str());
+        return exitFailure;
+    }
+    return RunGuarded(commandLine);
 }
 
 } // namespace
@@ -145,9 +172,10 @@ int RunGuarded(const CommandLine& commandLine) {
 int runPlugSetter(int argc, char** argv) {
     int exitCode = exitFailure;
     Attempt([&] {
-        CommandLine commandLine;
+        prepareProcess();
+        std::string commandLine;
         if (parseCommandLine(argc, argv, commandLine)) {
-            exitCode = RunGuarded(commandLine);
+            exitCode = RunAlone(commandLine);
         }
     });
     return exitCode;

@@ -4,14 +4,17 @@
 #include "MessageLIB/MessageIds.h"
 #include "Mis/Log.h"
 #include "Mis/TaskData.h"
-#include "Mis/Unix/UtilitiesUnix.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/VError.h"
-#include "PlugSetter/Backup.h"
+#include "PlugSetter/FileCopy.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
+#include "PlugSetter/Paths.h"
+#include "PlugSetter/Process.h"
 #include "Plugins/IPluginsCommon.h"
 
-#include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <string>
 
 namespace {
@@ -54,27 +57,18 @@ struct Slots {
     bool holdPlugin = false;
 };
 
-/// Whatever is no regular file has no size to compare.
-bool IsCompleteCopy(const std::string& file, const std::string& copy) {
-    std::uint64_t size = 0;
-    std::uint64_t copied = 0;
-    if (!sys_regularFileSize(file.c_str(), size)) {
-        return doesFileExist(file.c_str());
-    }
-    return sys_regularFileSize(copy.c_str(), copied) && copied == size;
+/// True when the copy would go where the open log is.
+bool IsOpenLog(const std::string& copy) {
+    return logfp != nullptr && FileStatus::Of(copy).IsSameAs(FileStatus::Of(fileno(logfp)));
 }
 
-bool IsRunLog(const std::string& path) {
-    return g_logopt.block != nullptr && sys_isSameFile(path.c_str(), g_logopt.block->path);
-}
-
-void SaveCopy(const std::string& path) {
-    const std::string copy = backupDir + csl::Files::GLOBAL;
-    if (IsRunLog(copy) || !saveFile(installationDir, csl::Files::GLOBAL, backupDir, "", false) ||
-        !IsCompleteCopy(path, copy)) {
+void SaveCopy(const Paths& paths) {
+    if (IsOpenLog(paths.copy)) {
         Fail(msgUnexpected, label);
     }
-    auto entry = std::unique_ptr<BackupEntry>(new BackupEntry{VFileName(path, -1, false), VFileName(copy, -1, false)});
+    copyFile(paths.configuration, paths.copy, VBinaryStream::WriteMode);
+    auto entry = std::make_unique<BackupEntry>(
+        BackupEntry{VFileName(paths.configuration, -1, false), VFileName(paths.copy, -1, false)});
     bakFiles.push_back(entry.get());
     static_cast<void>(entry.release());
 }
@@ -135,20 +129,31 @@ void Edit(VTaskData& configuration) {
     configuration.DeleteKey(keyVersion);
 }
 
+/// A file that cannot be opened for writing stays as it is, which is no failure; one that may be damaged is.
+void Save(VTaskData& configuration) {
+    holdSignals();
+    bakFiles.back()->liveWasOpened = true;
+    if (configuration.SaveToFile("") == 0) {
+        err_throw(std::make_unique<VI18NError>(modBinaryStream, msgFlushFailed, configuration.GetTaskName().c_str()));
+    }
+}
+
 } // namespace
 
-void upgrade() {
-    guarded(label, [] {
-        const std::string path = installationDir + csl::Files::GLOBAL;
-        if (isMissing(path, label)) {
-            return;
-        }
-        SaveCopy(path);
-        VTaskData configuration(path.c_str(), true);
-        Load(configuration);
-        Edit(configuration);
-        configuration.SaveToFile("");
-        I18NMessage::Message::LogMsg(msgConfigurationSaved, msg_mod2str(modUtility), I18NMessage::SeverityInformational,
-                                     csl::Files::GLOBAL);
-    });
+void upgrade() try {
+    const Paths paths = runPaths();
+    switch (FileStatus::Of(paths.configuration).GetPresence()) {
+    case Presence::missing: return;
+    case Presence::unknown: Fail(msgUnexpected, label);
+    case Presence::present: break;
+    }
+    SaveCopy(paths);
+    VTaskData configuration(paths.configuration, true);
+    Load(configuration);
+    Edit(configuration);
+    Save(configuration);
+    I18NMessage::Message::LogMsg(msgConfigurationSaved, msg_mod2str(modUtility), I18NMessage::SeverityInformational,
+                                 csl::Files::GLOBAL);
+} catch (...) {
+    throwAsError(label);
 }

@@ -2,6 +2,7 @@
 
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/VError.h"
 
 #include <cerrno>
@@ -12,38 +13,25 @@
 
 namespace {
 
-enum class Kind { directory, other, absent, unknown };
-
-Kind KindOf(const char* path) {
-    struct stat status = {};
-    if (stat(path, &status) == 0) {
-        return S_ISDIR(status.st_mode) ? Kind::directory : Kind::other;
-    }
-    return errno == ENOENT ? Kind::absent : Kind::unknown;
-}
-
 bool MakeDirectory(const std::string& path) {
-    switch (KindOf(path.c_str())) {
-    case Kind::directory: return true;
-    case Kind::other:
-    case Kind::unknown: return false;
-    case Kind::absent: break;
+    const FileStatus status = FileStatus::Of(path);
+    if (status.GetPresence() != Presence::missing) {
+        return status.IsDirectory();
     }
     if (mkdir(path.c_str(), 0700) == 0) {
         return true;
     }
     // Somebody else may have made it meanwhile.
-    return errno == EEXIST && KindOf(path.c_str()) == Kind::directory;
+    return errno == EEXIST && FileStatus::Of(path).IsDirectory();
 }
 
 } // namespace
 
 int CreateUnixPath(const char* dirspec) {
-    const Kind kind = KindOf(dirspec);
-    if (kind == Kind::directory || kind == Kind::other) {
+    const std::string path = dirspec;
+    if (FileStatus::Of(path).IsPresent()) {
         return 1;
     }
-    const std::string path = dirspec;
     for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
         if (!MakeDirectory(path.substr(0, slash))) {
             return 0;

@@ -3,6 +3,7 @@
 #include "MessageLIB/Message.h"
 #include "MessageLIB/MessageIds.h"
 #include "Mis/NamCommon.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/VError.h"
 
 #include <cerrno>
@@ -13,7 +14,6 @@
 #include <vector>
 
 #include <dirent.h>
-#include <sys/stat.h>
 #include <sys/utsname.h>
 
 namespace {
@@ -21,11 +21,6 @@ namespace {
 struct DirectoryCloser {
     void operator()(DIR* directory) const noexcept { closedir(directory); }
 };
-
-bool IsDirectory(const std::string& path) {
-    struct stat status = {};
-    return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 void LogUnreadable(const std::string& directory, const char* pattern, int error) {
     I18NMessage::Message::LogMsg(msgCannotReadDirectory, msg_mod2str(modSystem), I18NMessage::SeverityWarning,
@@ -58,7 +53,7 @@ void DeleteMatching(const char* pattern) {
     const std::string_view path = pattern;
     const std::string directory(path.substr(0, path.rfind('/') + 1));
     for (const std::string& name : MatchingEntries(directory, pattern)) {
-        if (IsDirectory(name)) {
+        if (FileStatus::OfEntry(name).IsDirectory()) {
             DeleteMatching((name + "/*.*").c_str());
         }
         sys_remove(name.c_str());

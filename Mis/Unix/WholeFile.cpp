@@ -1,12 +1,22 @@
 #include "Mis/Unix/WholeFile.h"
 
+#include "Mis/Unix/Descriptor.h"
+#include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/Room.h"
+#include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <memory>
+#include <cstring>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -16,47 +26,143 @@ struct StreamCloser {
 
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-/// Room of many megabytes costs less to get in large pages. It is only a hint: whether it was taken does not matter.
-void UseLargePages(std::string& text) {
+/// Huge pages make large buffers cheaper to fault in. Only a hint.
+void UseHugePages(void* begin, std::size_t size) {
     constexpr std::size_t pageSize = 2U << 20;
-    void* begin = text.data();
-    std::size_t room = text.capacity();
-    if (std::align(pageSize, pageSize, begin, room) != nullptr) {
-        madvise(begin, room, MADV_HUGEPAGE);
+    if (std::align(pageSize, pageSize, begin, size) != nullptr) {
+        madvise(begin, size, MADV_HUGEPAGE);
     }
+}
+
+std::uint64_t LargestFile() noexcept {
+    rlimit limit = {};
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 ? limit.rlim_cur : RLIM_INFINITY;
+}
+
+/// A file that is opened to be written over.
+struct Target {
+    Descriptor file;
+    bool created = false;
+};
+
+Target OpenTarget(const std::string& path, bool mayCreate, const FileAccess* access) {
+    constexpr int plain = O_WRONLY | O_NOCTTY | O_CLOEXEC;
+    Descriptor file(open(path.c_str(), plain));
+    if (file.IsOpen() || errno != ENOENT || !mayCreate) {
+        return {std::move(file), false};
+    }
+    Descriptor created(open(path.c_str(), plain | O_CREAT, access == nullptr ? 0666 : 0600));
+    if (created.IsOpen() && access != nullptr) {
+        sys_giveAccess(created.Number(), *access);
+    }
+    const bool isNew = created.IsOpen();
+    return {std::move(created), isNew};
+}
+
+/// Writes with one call. Returns: the bytes written.
+std::size_t WriteOnce(int file, std::string_view text) noexcept {
+    const ssize_t written = write(file, text.data(), text.size());
+    return written < 0 ? 0 : static_cast<std::size_t>(written);
+}
+
+/// Empty lines up to the length of the old text: they mean nothing to the reader, and the rest of the old text would.
+void Pad(std::string& text, std::uint64_t oldSize) {
+    constexpr std::uint64_t mostPadding = 1U << 20;
+    const std::uint64_t length = std::min({oldSize, text.size() + mostPadding, LargestFile()});
+    if (length > text.size()) {
+        text.append(static_cast<std::size_t>(length - text.size()), '\n');
+    }
+}
+
+/// Writes `text` over a regular file. Returns: false when the file could not be brought to hold it.
+bool Overwrite(const Target& target, const FileStatus& before, const std::string& path, std::string text) {
+    const int file = target.file.Number();
+    const auto length = static_cast<off_t>(text.size());
+    Pad(text, static_cast<std::uint64_t>(before.Size()));
+    const bool hasRoom = sys_reserve(file, before, length);
+    const std::size_t written = hasRoom ? WriteOnce(file, text) : 0;
+    const bool complete = hasRoom && written == text.size();
+    // Unless the text is complete, cutting only gives back what was reserved.
+    const off_t valid = complete ? length : std::max(before.Size(), static_cast<off_t>(written));
+    const bool cut = ftruncate(file, valid) == 0;
+    if (target.created && !hasRoom) {
+        unlink(path.c_str());
+    }
+    return complete && cut && sys_synchronise(file) &&
+           (!target.created || sys_synchroniseDirectory(sys_directoryOf(path)));
+}
+
+/// Reads until `size` bytes are there or the file ends. Returns: the bytes read, below 0 on an error.
+ssize_t ReadFully(int file, char* buffer, std::size_t size) noexcept {
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t count = read(file, buffer + filled, size - filled);
+        if (count < 0) {
+            return count;
+        }
+        if (count == 0) {
+            break;
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    return static_cast<ssize_t>(filled);
 }
 
 } // namespace
 
-int sys_readFile(const char* path, std::uint64_t limit, std::string& text) {
-    text.clear();
+int sys_readFile(const char* path, std::uint64_t limit, FileContent& content) {
+    content = {};
     const Stream stream(sys_fopen(path, "rt", 0));
-    struct stat status = {};
-    if (stream == nullptr || fstat(fileno(stream.get()), &status) != 0) {
-        return -1;
-    }
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size > limit) {
-        return -1;
-    }
-    text.reserve(size);
-    UseLargePages(text);
-    text.resize(size);
-    text.resize(std::fread(text.data(), 1, text.size(), stream.get()));
-    if (std::ferror(stream.get()) != 0) {
-        text.clear();
-        return -1;
-    }
-    return 1;
-}
-
-long sys_writeFile(const char* path, std::string_view text) {
-    const Stream stream(sys_fopen(path, "wb", 0));
     if (stream == nullptr) {
         return -1;
     }
-    const std::size_t written = std::fwrite(text.data(), 1, text.size(), stream.get());
-    // A full disk may show only when the buffer is written out.
-    std::fflush(stream.get());
-    return std::ferror(stream.get()) != 0 ? 0 : static_cast<long>(written);
+    const FileStatus status = FileStatus::Of(fileno(stream.get()));
+    const auto size = static_cast<std::uint64_t>(status.Size());
+    if (!status.IsPresent() || size > limit || size > SIZE_MAX / 2) {
+        return -1;
+    }
+    // Not value-initialised: every byte that counts is read into it.
+    std::unique_ptr<char[]> bytes(new char[static_cast<std::size_t>(size)]);
+    UseHugePages(bytes.get(), static_cast<std::size_t>(size));
+    const std::size_t count = std::fread(bytes.get(), 1, static_cast<std::size_t>(size), stream.get());
+    if (std::ferror(stream.get()) != 0) {
+        return -1;
+    }
+    content = {std::move(bytes), count};
+    return 1;
+}
+
+long sys_writeFile(const std::string& path, std::string text, const FileAccess* access) {
+    const std::size_t length = text.size();
+    const bool isTooLong = length > LargestFile();
+    const Target target = OpenTarget(path, !isTooLong, access);
+    if (!target.file.IsOpen()) {
+        return -1;
+    }
+    const FileStatus status = FileStatus::Of(target.file.Number());
+    if (status.IsRegular() && isTooLong) {
+        return -1;
+    }
+    const bool done = status.IsRegular() ? Overwrite(target, status, path, std::move(text))
+                                         : status.IsPresent() && WriteOnce(target.file.Number(), text) == length;
+    return done ? static_cast<long>(length) : 0;
+}
+
+bool sys_holdsSame(const std::string& file, const std::string& reference) {
+    constexpr int plain = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const Descriptor first(open(file.c_str(), plain));
+    const Descriptor second(open(reference.c_str(), plain));
+    char held[16384];
+    char wanted[sizeof held];
+    ssize_t count = 0;
+    do {
+        count = ReadFully(second.Number(), wanted, sizeof wanted);
+        // At the end one byte more is asked for, which must not be there.
+        const std::size_t asked = count > 0 ? static_cast<std::size_t>(count) : 1;
+        if (count < 0 || ReadFully(first.Number(), held, asked) != count ||
+            std::memcmp(held, wanted, static_cast<std::size_t>(count)) != 0) {
+            return false;
+        }
+    } while (count > 0);
+    return true;
 }

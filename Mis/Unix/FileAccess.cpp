@@ -1,0 +1,53 @@
+#include "Mis/Unix/FileAccess.h"
+
+#include "Mis/Unix/FileStatus.h"
+
+#include <cerrno>
+
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* accessList = "system.posix_acl_access";
+
+constexpr mode_t forOwner = 0600;
+constexpr mode_t ownerBits = 0700;
+constexpr mode_t groupBits = 0070;
+constexpr mode_t readBits = 0444;
+
+/// `length` is the answer to asking for the file's access control list.
+FileAccess AccessOf(const FileStatus& status, ssize_t length) {
+    const bool hasList = length >= 0 || (errno != ENODATA && errno != ENOTSUP && errno != ENOSYS);
+    const mode_t mode = status.Permissions() | forOwner;
+    return {status.Owner(), status.Group(), hasList ? mode & ~groupBits : mode};
+}
+
+} // namespace
+
+FileAccess sys_accessOf(int descriptor, const FileStatus& status) {
+    return AccessOf(status, fgetxattr(descriptor, accessList, nullptr, 0));
+}
+
+FileAccess sys_accessOf(const std::string& path, const FileStatus& status) {
+    return AccessOf(status, getxattr(path.c_str(), accessList, nullptr, 0));
+}
+
+void sys_giveAccess(int descriptor, const FileAccess& access) {
+    const FileStatus status = FileStatus::Of(descriptor);
+    const bool belongs = status.Owner() == access.owner && status.Group() == access.group;
+    const bool given = belongs || fchown(descriptor, access.owner, access.group) == 0;
+    // What fails leaves the file as it was made, which nobody else can read.
+    static_cast<void>(fchmod(descriptor, given ? access.mode : access.mode & ownerBits));
+}
+
+bool sys_narrowAccess(int descriptor, const FileAccess& access) {
+    const FileStatus status = FileStatus::Of(descriptor);
+    mode_t allowed = access.mode | ownerBits;
+    if ((access.mode & readBits) != readBits) {
+        const bool sameGroup = status.Group() == access.group;
+        allowed = sameGroup ? allowed & (ownerBits | groupBits) : ownerBits;
+    }
+    const mode_t narrow = status.Permissions() & allowed;
+    return narrow == status.Permissions() || fchmod(descriptor, narrow) == 0;
+}

@@ -1,0 +1,81 @@
+#include "Mis/Unix/OutputFile.h"
+
+#include "Mis/Unix/FileStatus.h"
+
+#include <cerrno>
+#include <climits>
+#include <utility>
+
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
+
+namespace {
+
+constexpr int careful = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+OutputFile OpenEntry(const std::string& path, int flags, mode_t mode) {
+    Descriptor created(open(path.c_str(), flags | O_CREAT | O_EXCL | careful, mode));
+    if (created.IsOpen() || errno != EEXIST) {
+        const bool isNew = created.IsOpen();
+        return {std::move(created), isNew};
+    }
+    return {Descriptor(open(path.c_str(), flags | careful)), false};
+}
+
+/// The links of the process file system stand for open files; their text need not be a name.
+bool IsProcessLink(int link) {
+    struct statfs system = {};
+    return fstatfs(link, &system) == 0 && system.f_type == PROC_SUPER_MAGIC;
+}
+
+/// The link itself, if it may be followed. Its owner and its text are then those of one and the same link, whoever
+/// changes the directory meanwhile.
+Descriptor OpenOwnLink(const std::string& path) {
+    Descriptor link(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const FileStatus status = FileStatus::Of(link.Number());
+    const bool isOwn = status.Owner() == 0 || status.Owner() == geteuid();
+    return status.IsLink() && isOwn ? std::move(link) : Descriptor();
+}
+
+std::string TargetOf(int link, const std::string& path) {
+    char text[PATH_MAX];
+    const ssize_t length = readlinkat(link, "", text, sizeof text);
+    const std::string target(text, static_cast<std::size_t>(length > 0 ? length : 0));
+    return target.starts_with('/') ? target : sys_directoryOf(path) + target;
+}
+
+OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
+    constexpr int mostLinks = 40;
+    for (int links = 0; links < mostLinks; ++links) {
+        OutputFile output = OpenEntry(path, flags, mode);
+        if (output.file.IsOpen() || errno != ELOOP) {
+            return output;
+        }
+        const Descriptor link = OpenOwnLink(path);
+        if (!link.IsOpen()) {
+            break;
+        }
+        if (IsProcessLink(link.Number())) {
+            return {Descriptor(open(path.c_str(), flags | (careful & ~O_NOFOLLOW))), false};
+        }
+        path = TargetOf(link.Number(), path);
+    }
+    errno = ELOOP;
+    return {};
+}
+
+} // namespace
+
+OutputFile sys_openOutput(const std::string& path, int flags, mode_t mode) {
+    OutputFile output = OpenThroughLinks(path, flags, mode);
+    const FileStatus status = FileStatus::Of(output.file.Number());
+    if (status.IsPipe()) {
+        errno = ENXIO;
+        return {};
+    }
+    if (output.file.IsOpen() && !status.IsRegular()) {
+        fcntl(output.file.Number(), F_SETFL, flags);
+    }
+    return output;
+}

@@ -1,0 +1,134 @@
+#include "PlugSetter/FileCopy.h"
+
+#include "MessageLIB/MessageIds.h"
+#include "Mis/Unix/Dsk.h"
+#include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/OutputFile.h"
+#include "Mis/Unix/Synchronise.h"
+#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/VError.h"
+#include "PlugSetter/Guard.h"
+
+#include <cerrno>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+
+namespace {
+
+constexpr const char* label = "backupFile()";
+
+constexpr mode_t ownerOnly = 0600;
+
+[[noreturn]] void Fail(int number, const std::string& parameter) {
+    err_throw(std::make_unique<VI18NError>(modUtility, number, parameter.c_str()));
+}
+
+/// Opens the place of a copy, emptied and, where it is a file of its own, closed to everybody else. Returns: no open
+/// file when that cannot be had; errno tells why.
+Descriptor OpenEmpty(const std::string& copy, const FileStatus& source) {
+    OutputFile output = sys_openOutput(copy, O_RDWR, ownerOnly);
+    const int file = output.file.Number();
+    const FileStatus status = FileStatus::Of(file);
+    if (status.IsSameAs(source)) {
+        errno = EEXIST;
+        return {};
+    }
+    if (!output.created && status.HasOneName() && fchmod(file, ownerOnly) != 0) {
+        return {};
+    }
+    if (status.IsRegular() && ftruncate(file, 0) != 0) {
+        return {};
+    }
+    return std::move(output.file);
+}
+
+/// An earlier copy whose mode stands in the way is replaced.
+bool RemoveClosed(const std::string& copy, const FileStatus& source) {
+    const FileStatus entry = FileStatus::OfEntry(copy);
+    return (errno == EACCES || errno == EPERM) && entry.HasOneName() && !entry.IsSameAs(source) &&
+           sys_remove(copy.c_str());
+}
+
+Descriptor OpenCopy(const std::string& copy, int source, const FileStatus& status) {
+    Descriptor file = OpenEmpty(copy, status);
+    if (!file.IsOpen() && RemoveClosed(copy, status)) {
+        file = OpenEmpty(copy, status);
+    }
+    if (FileStatus::Of(file.Number()).HasOneName()) {
+        sys_giveAccess(file.Number(), sys_accessOf(source, status));
+    }
+    return file;
+}
+
+void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
+    unsigned char buffer[4096];
+    unsigned count = 0;
+    do {
+        count = source.ReadRawData(buffer, sizeof buffer);
+        destination.WriteRawData(buffer, count);
+    } while (count > 0);
+}
+
+/// The directories that get an entry when a file is made in `directory`: that one, and those above it from which on
+/// directories are missing.
+std::vector<std::string> DirectoriesToChange(const std::string& directory) {
+    std::vector<std::string> directories = {directory};
+    while (FileStatus::Of(directories.back()).GetPresence() == Presence::missing) {
+        std::string above = directories.back();
+        above.erase(above.find_last_not_of('/') + 1);
+        above = sys_directoryOf(above);
+        if (above == directories.back()) {
+            break;
+        }
+        directories.push_back(above);
+    }
+    return directories;
+}
+
+bool IsOnDisk(const std::vector<std::string>& directories) {
+    for (const std::string& directory : directories) {
+        if (!sys_synchroniseDirectory(directory)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Only regular files have a size; of anything else whatever could be read is the whole.
+bool IsComplete(const VBinaryStream& source, const std::string& copy) {
+    const FileStatus from = FileStatus::Of(source.GetDescriptor());
+    const FileStatus to = FileStatus::Of(copy);
+    if (!from.IsPresent() || !to.IsPresent()) {
+        return false;
+    }
+    return !from.IsRegular() || (!source.HasReadFailed() && (!to.IsRegular() || to.Size() == from.Size()));
+}
+
+} // namespace
+
+void copyFile(const std::string& source, const std::string& destination, VBinaryStream::AccessMode mode) try {
+    VBinaryStream in;
+    in.Open(source.c_str(), VBinaryStream::ReadMode);
+    const std::string directory = sys_directoryOf(destination);
+    const std::vector<std::string> changed = DirectoriesToChange(directory);
+    if (dsk_credir(nullptr, directory.c_str(), 0, nullptr, nullptr, 0) < 0) {
+        Fail(msgCannotCreateDirectory, directory);
+    }
+    const FileStatus status = FileStatus::Of(in.GetDescriptor());
+    VBinaryStream out;
+    out.Open(OpenCopy(destination, in.GetDescriptor(), status), destination.c_str(), mode);
+    CopyBytes(in, out);
+    out.Flush();
+    const bool bytesOnDisk = sys_synchronise(out.GetDescriptor());
+    out.Close();
+    if (!bytesOnDisk || !IsOnDisk(changed) || !IsComplete(in, destination)) {
+        Fail(msgUnexpected, label);
+    }
+    in.Close();
+} catch (...) {
+    throwAsError(label);
+}
