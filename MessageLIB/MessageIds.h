@@ -1,9 +1,17 @@
 #pragma once
 
-// The numbers under which the program reports. Both are keys into the message catalogue, which is kept outside of
-// this program; the manual lists the same numbers.
+#include "MessageLIB/Message.h"
 
-// Modules; their four-letter texts are those of msg_mod2str.
+// What the program reports, one message a row: numbers that are keys into the message catalogue, which is kept outside
+// of this program. The manual page of the program lists the rows of its runs.
+
+/// A message: the module that reports it, its number there, and how grave it is.
+struct MessageId {
+    int module; ///< its four-letter text is that of msg_mod2str
+    int number;
+    I18NMessage::MessageSeverity severity;
+};
+
 inline constexpr int modAgent = 1;
 inline constexpr int modDisk = 32;
 inline constexpr int modLogs = 39;
@@ -13,49 +21,45 @@ inline constexpr int modBinaryStream = 55;
 inline constexpr int modUtility = 60;
 inline constexpr int modVString = 75;
 
-// AGNT
-inline constexpr int msgVersion = 4314; // (build identification) first record of each log file
+// clang-format off
 
-// DISK, UTIL
-inline constexpr int msgCannotCreateDirectory = 4341; // (directory)
+// Records of a run; behind each its parameters.
+inline constexpr MessageId msgVersion               = {modAgent,        4314, I18NMessage::SeverityInformational}; // build
+inline constexpr MessageId msgCannotOpen            = {modBinaryStream, 4144, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgCannotCreate          = {modBinaryStream, 4145, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgCannotClose           = {modBinaryStream, 4148, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgNotWritten            = {modBinaryStream, 4152, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgFileNotFound          = {modBinaryStream, 4166, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgDirectoryNotMade      = {modDisk,         4341, I18NMessage::SeverityError};         // directory
+inline constexpr MessageId msgLogWriteFailed        = {modLogs,         56,   I18NMessage::SeverityError};         // log
+inline constexpr MessageId msgSyntaxError           = {modParser,       4783, I18NMessage::SeverityError};         // file, line; file, line, text
+inline constexpr MessageId msgCopyDirectoryNotMade  = {modUtility,      4341, I18NMessage::SeverityError};         // directory
+inline constexpr MessageId msgRollbackFailed        = {modUtility,      7943, I18NMessage::SeverityFatal};         // three empty texts
+inline constexpr MessageId msgRolledBack            = {modUtility,      7945, I18NMessage::SeverityInformational};
+inline constexpr MessageId msgUnexpected            = {modUtility,      7947, I18NMessage::SeverityError};         // function
+inline constexpr MessageId msgCannotLoad            = {modUtility,      7948, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgCannotSetCode         = {modUtility,      7949, I18NMessage::SeverityError};         // file name
+inline constexpr MessageId msgCannotSetBinary       = {modUtility,      7951, I18NMessage::SeverityError};         // file name
+inline constexpr MessageId msgCannotSetName         = {modUtility,      7952, I18NMessage::SeverityError};         // file name
+inline constexpr MessageId msgConfigurationSaved    = {modUtility,      7953, I18NMessage::SeverityInformational}; // file name
+inline constexpr MessageId msgUnknownFailure        = {modUtility,      7958, I18NMessage::SeverityError};
+inline constexpr MessageId msgSucceeded             = {modUtility,      7960, I18NMessage::SeverityInformational};
+inline constexpr MessageId msgFailed                = {modUtility,      7961, I18NMessage::SeverityFatal};
+inline constexpr MessageId msgCommandLine           = {modUtility,      7962, I18NMessage::SeverityInformational}; // arguments
 
-// LOGS
-inline constexpr int msgLogWriteFailed = 56; // (log path)
+// Records that no run writes: the deletions that they tell of never count as failed.
+inline constexpr MessageId msgSourceNotDeleted      = {modUtility,      7946, I18NMessage::SeverityWarning};       // file
+inline constexpr MessageId msgBackupDirInTheWay     = {modUtility,      7959, I18NMessage::SeverityFatal};         // directory
+inline constexpr MessageId msgBackupDirLeftBehind   = {modUtility,      7959, I18NMessage::SeverityWarning};       // directory
 
-// SYST
-inline constexpr int msgCannotReadDirectory = 5065; // (directory, pattern, system text)
+// What only other programs of the library meet.
+inline constexpr MessageId msgSystemError           = {modBinaryStream, 4096, I18NMessage::SeverityError};         // system text
+inline constexpr MessageId msgReadFailed            = {modBinaryStream, 4151, I18NMessage::SeverityError};         // file
+inline constexpr MessageId msgSearchFailed          = {modBinaryStream, 4159, I18NMessage::SeverityError};
+inline constexpr MessageId msgEndOfFile             = {modBinaryStream, 5114, I18NMessage::SeverityError};
+inline constexpr MessageId msgStreamError           = {modBinaryStream, 5115, I18NMessage::SeverityError};         // error flag
+inline constexpr MessageId msgSyntaxErrorText       = {modParser,       4456, I18NMessage::SeverityError};         // whole text, context
+inline constexpr MessageId msgCannotReadDirectory   = {modSystem,       5065, I18NMessage::SeverityWarning};       // directory, pattern, system text
+inline constexpr MessageId msgOutOfMemory           = {modVString,      4109, I18NMessage::SeverityError};         // bytes
 
-// PARS
-inline constexpr int msgSyntaxErrorText = 4456; // (whole text, context)
-inline constexpr int msgSyntaxError = 4783;     // (file, line) and (file, line, text)
-
-// BSTR
-inline constexpr int msgSystemError = 4096;  // (system text)
-inline constexpr int msgCannotOpen = 4144;   // (file) for reading
-inline constexpr int msgCannotCreate = 4145; // (file) for writing
-inline constexpr int msgCannotClose = 4148;  // (file)
-inline constexpr int msgReadFailed = 4151;   // (file)
-inline constexpr int msgFlushFailed = 4152;  // (file)
-inline constexpr int msgSearchFailed = 4159; // the directory of a new file cannot be searched
-inline constexpr int msgFileNotFound = 4166; // (file)
-inline constexpr int msgEndOfFile = 5114;
-inline constexpr int msgStreamError = 5115; // (error flag)
-
-// UTIL
-inline constexpr int msgRollbackFailed = 7943; // three empty texts
-inline constexpr int msgRolledBack = 7945;
-inline constexpr int msgSourceNotDeleted = 7946;   // (file)
-inline constexpr int msgUnexpected = 7947;         // (function)
-inline constexpr int msgCannotLoad = 7948;         // (file)
-inline constexpr int msgCannotSetCode = 7949;      // (file name) comment or plug-in code
-inline constexpr int msgCannotSetBinary = 7951;    // (file name)
-inline constexpr int msgCannotSetName = 7952;      // (file name)
-inline constexpr int msgConfigurationSaved = 7953; // (file name)
-inline constexpr int msgUnknownFailure = 7958;
-inline constexpr int msgBackupDirNotDeleted = 7959; // (directory)
-inline constexpr int msgSucceeded = 7960;
-inline constexpr int msgFailed = 7961;
-inline constexpr int msgCommandLine = 7962; // (arguments)
-
-// VSTR
-inline constexpr int msgOutOfMemory = 4109; // (bytes)
+// clang-format on

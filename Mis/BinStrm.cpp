@@ -1,8 +1,7 @@
 #include "Mis/BinStrm.h"
 
-#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/VError.h"
 #include "classlib/File.h"
 
 #include <cassert>
@@ -13,16 +12,8 @@ namespace {
 
 using Error = std::unique_ptr<VI18NError>;
 
-Error MakeError(int number, const std::string& file) {
-    return std::make_unique<VI18NError>(modBinaryStream, number, file.c_str());
-}
-
-[[noreturn]] void Throw(int number, const std::string& file) {
-    err_throw(MakeError(number, file));
-}
-
-[[noreturn]] void Throw(int number, const std::string& file, Error cause) {
-    Error error = MakeError(number, file);
+[[noreturn]] void FailBecause(const MessageId& id, const std::string& file, Error cause) {
+    Error error = err_make(id, file.c_str());
     error->SetChildError(cause.release());
     err_throw(std::move(error));
 }
@@ -32,11 +23,7 @@ Error MakeError(int number, const std::string& file) {
 VBinaryStream::VBinaryStream() = default;
 
 VBinaryStream::~VBinaryStream() {
-    try {
-        Close();
-    } catch (...) {
-        err_caught();
-    }
+    err_attempt([this] { Close(); });
 }
 
 /// Allocates before the opening: once that has emptied the file, nothing may fail.
@@ -57,7 +44,7 @@ void VBinaryStream::Open(Descriptor file, const char* filespec, AccessMode mode)
     m_file = fdopen(file.Number(), "r+b");
     m_openKind = mode == WriteMode ? OpenKind::write : OpenKind::update;
     if (m_file == nullptr) {
-        Throw(msgCannotCreate, m_name);
+        err_fail(msgCannotCreate, m_name.c_str());
     }
     file.Release();
     std::setvbuf(m_file, m_streamBuffer.get(), _IOFBF, streamBufferSize);
@@ -80,7 +67,7 @@ void VBinaryStream::Open(const char* filespec, AccessMode mode) {
         m_file = sys_fopen(filespec, "w+b", 0);
         m_openKind = OpenKind::write;
         if (m_file == nullptr) {
-            Throw(msgCannotCreate, m_name);
+            err_fail(msgCannotCreate, m_name.c_str());
         }
         break;
     case UpdateMode: OpenToUpdate(filespec); break;
@@ -98,9 +85,9 @@ void VBinaryStream::OpenToRead(const char* filespec) {
     }
     if (errno == ENOENT) {
         err_throw(
-            std::make_unique<VI18NFileNotFoundError>(modBinaryStream, I18NMessage::SeverityError, m_name.c_str()));
+            std::make_unique<VI18NFileNotFoundError>(msgFileNotFound.module, msgFileNotFound.severity, m_name.c_str()));
     }
-    Throw(msgCannotOpen, m_name);
+    err_fail(msgCannotOpen, m_name.c_str());
 }
 
 void VBinaryStream::OpenToUpdate(const char* filespec) {
@@ -108,13 +95,13 @@ void VBinaryStream::OpenToUpdate(const char* filespec) {
     m_openKind = OpenKind::update;
     if (m_file == nullptr && !txccl::File::exists(m_name)) {
         if (errno == EACCES) {
-            err_throw(std::make_unique<VI18NError>(modBinaryStream, msgSearchFailed));
+            err_fail(msgSearchFailed);
         }
         // Exclusively, so that a file that appeared meanwhile keeps its content.
         m_file = sys_fopen(filespec, "w+bx", 0);
     }
     if (m_file == nullptr) {
-        Throw(msgCannotCreate, m_name);
+        err_fail(msgCannotCreate, m_name.c_str());
     }
 }
 
@@ -131,7 +118,7 @@ void VBinaryStream::Close() {
         }
     }
     if (!CloseFile()) {
-        Throw(msgCannotClose, m_name);
+        err_fail(msgCannotClose, m_name.c_str());
     }
 }
 
@@ -148,7 +135,7 @@ void VBinaryStream::Flush() {
     NoteWrite(std::fflush(m_file) == 0);
     if (m_writeError != 0) {
         errno = m_writeError;
-        Throw(msgFlushFailed, m_name, Error(getSystemError()));
+        FailBecause(msgNotWritten, m_name, Error(getSystemError()));
     }
     m_direction = Direction::none;
 }
@@ -192,18 +179,18 @@ void VBinaryStream::ReadBytes(unsigned char* buffer, unsigned count) {
     }
     errno = 0;
     if (m_file == nullptr) {
-        Throw(msgReadFailed, m_name, Error(getSystemError()));
+        FailBecause(msgReadFailed, m_name, Error(getSystemError()));
     }
     Turn(Direction::read);
     const bool complete = std::fread(buffer, count, 1, m_file) == 1;
     if (std::feof(m_file) != 0) {
-        Throw(msgReadFailed, m_name, std::make_unique<VI18NError>(modBinaryStream, msgEndOfFile));
+        FailBecause(msgReadFailed, m_name, err_make(msgEndOfFile));
     }
     if (const int flag = std::ferror(m_file); flag != 0) {
-        Throw(msgReadFailed, m_name, std::make_unique<VI18NError>(modBinaryStream, msgStreamError, flag));
+        FailBecause(msgReadFailed, m_name, err_make(msgStreamError, flag));
     }
     if (!complete) {
-        Throw(msgReadFailed, m_name, Error(getSystemError()));
+        FailBecause(msgReadFailed, m_name, Error(getSystemError()));
     }
 }
 

@@ -1,11 +1,9 @@
 #include "Mis/Log.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
 #include "Mis/Dat.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/OutputFile.h"
-#include "Mis/VError.h"
 #include "Mis/Version.h"
 #include "classlib/FilenameHelper.h"
 
@@ -98,7 +96,7 @@ void ReportHere() {
 
 void LogVersion() {
     const std::string build = std::string(programVersion) + " " + buildStamp;
-    Message::LogMsg(msgVersion, msg_mod2str(modAgent), I18NMessage::SeverityInformational, build.c_str());
+    msg_log(msgVersion, build.c_str());
 }
 
 /// Set while a failed write is being reported, which may fail likewise.
@@ -121,7 +119,7 @@ void ShowWriteFailure(const logblk& block) {
         return;
     }
     const ReportingFailure reporting;
-    VI18NError(modLogs, msgLogWriteFailed, block.path).LogShow();
+    err_make(msgLogWriteFailed, block.path)->LogShow();
 }
 
 /// Where in the file the next line begins. A stream that appends writes at the end, wherever its position is.

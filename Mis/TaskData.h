@@ -2,6 +2,7 @@
 
 #include "Mis/TaskEntries.h"
 #include "Mis/TaskEntry.h"
+#include "Mis/TaskKeys.h"
 #include "Mis/TaskOptions.h"
 #include "Mis/TaskReader.h"
 #include "Mis/TaskWriter.h"
@@ -30,7 +31,7 @@ public:
 
     int GetVersion() const noexcept { return m_version; }
     void SetVersion(int version) noexcept { m_version = version; }
-    int GetMaxVersion() const noexcept { return maxVersion; }
+    int GetMaxVersion() const noexcept { return lastFormatVersion; }
     int GetType() const noexcept { return m_type; }
     void SetType(int type) noexcept { m_type = type; }
     /// The comment is written as the first line, verbatim, and never read back.
@@ -97,9 +98,9 @@ public:
     bool Deserialize(std::string& text, bool applySideEffects);
     bool ParseLine(std::string line, bool applySideEffects);
 
-    /// Writes over the file, in place, and synchronises it; sys_writeFile says how. Returns: bytes written; 0 when there
-    /// is no room, or on a write error; -1 when the file cannot be opened or the text is above what this process may
-    /// write.
+    /// Writes over the file, in place, and synchronises it; sys_writeFile says how. Returns: bytes written; 0 when
+    /// there is no room, or on a write error; -1 when the file cannot be opened or the text is above what this process
+    /// may write.
     long SaveToFile(std::string name);
     /// Replaces `out` by the whole text, entries sorted. Returns: its length.
     long Serialize(std::string& out);
@@ -109,8 +110,6 @@ public:
     void ClosingLine(std::string& out);
 
 private:
-    static constexpr int maxVersion = 671;
-
     static bool extensionLoaded; ///< the plug-in list of this process has been handed over
 
     bool DeserializeText(std::string_view text, bool applySideEffects);
@@ -127,7 +126,7 @@ private:
     std::string_view TypeSpec(int key) const;
 
     int m_type = 1;
-    int m_version = maxVersion;
+    int m_version = lastFormatVersion;
     std::string m_buildVersion = programVersion;
     std::string m_fileName;
     TaskEntries m_entries;

@@ -1,33 +1,21 @@
 // The file side of VTaskData: loading, parsing, saving, and the fingerprint of what would be saved.
 
-#include "MessageLIB/MessageIds.h"
 #include "Mis/KeyTable.h"
+#include "Mis/Report.h"
 #include "Mis/TaskData.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/Unix/WholeFile.h"
-#include "Mis/VError.h"
 #include "Plugins/Unix/IPlugins.h"
 #include "classlib/String.h"
 
 #include <cstdint>
 #include <utility>
 
-using I18NMessage::Message;
-
 namespace {
-
-enum Key {
-    keyType = 11,
-    keyBuildVersion = 12,
-    keyVersion = 13,
-    keyPlugins = 14,
-    keyOracleHome = 12150,
-};
 
 constexpr std::uint64_t largestFile = 64ULL * 1024 * 1024;
 
-/// What a text starts from before its header lines say otherwise.
-constexpr int firstVersion = 101;
+/// What a text starts from before its header lines say otherwise, with the first format version.
 constexpr int firstType = 1;
 
 } // namespace
@@ -52,12 +40,11 @@ int VTaskData::LoadFile(std::string name, bool applySideEffects) {
 void VTaskData::ReportSyntaxError(const std::string& name, bool showError, const char* context) {
     if (showError) {
         const std::string text = "syntax error " + name + ", line " + std::to_string(m_errorLine) + ": " + m_errorText;
-        VI18NError(modParser, msgSyntaxErrorText, text.c_str(), context).LogShow(nullptr, VString(""));
+        err_make(msgSyntaxErrorText, text.c_str(), context)->LogShow(nullptr, VString(""));
         return;
     }
-    const char* module = msg_mod2str(modParser);
-    Message::LogMsg(msgSyntaxError, module, I18NMessage::SeverityError, name.c_str(), m_errorLine);
-    Message::LogMsg(msgSyntaxError, module, I18NMessage::SeverityError, name.c_str(), m_errorLine, m_errorText.c_str());
+    msg_log(msgSyntaxError, name.c_str(), m_errorLine);
+    msg_log(msgSyntaxError, name.c_str(), m_errorLine, m_errorText.c_str());
 }
 
 bool VTaskData::Deserialize(std::string& text, bool applySideEffects) {
@@ -68,7 +55,7 @@ bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
     m_reader.Reset();
     m_errorLine = 0;
     m_errorText.clear();
-    m_version = firstVersion;
+    m_version = firstFormatVersion;
     m_buildVersion.clear();
     m_type = firstType;
     if (text.empty()) {
@@ -111,7 +98,7 @@ bool VTaskData::Parse(std::string_view line, bool applySideEffects) {
 }
 
 bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
-    if (key == keyType || key == keyBuildVersion || key == keyVersion) {
+    if (key == keyType || key == keyBuildVersion || key == keyFormatVersion) {
         return StoreHeader(key, value);
     }
     if (applySideEffects && key == keyOracleHome) {
@@ -130,7 +117,7 @@ bool VTaskData::StoreHeader(int key, std::string_view value) {
     default: break;
     }
     const int version = txccl::string::LeadingNumber(value);
-    if (version > maxVersion) {
+    if (version > lastFormatVersion) {
         return false;
     }
     m_version = version;
@@ -168,7 +155,7 @@ long VTaskData::Serialize(std::string& out) {
     }
     VTDEntry headers[] = {
         {keyBuildVersion, m_buildVersion, m_version, m_type},
-        {keyVersion, std::to_string(m_version), m_version, m_type},
+        {keyFormatVersion, std::to_string(m_version), m_version, m_type},
         {keyType, std::to_string(m_type), m_version, m_type},
     };
     for (VTDEntry& header : headers) {

@@ -1,5 +1,7 @@
 #include "Mis/TaskOptions.h"
 
+#include "Mis/TaskKeys.h"
+
 #include <string_view>
 
 bool _TOInfo::IsRawData() const {
@@ -511,15 +513,12 @@ constexpr _TOInfo taskOptions[taskOptionCount + 1] = {
 
 namespace {
 
-constexpr int firstVersion = 101;
-constexpr int lastVersion = 671;
-
 constexpr bool RowIsSound(const _TOInfo& row) {
     const std::string_view name = row.keyName;
     const std::string_view spec = row.typeSpec;
     const bool header = name.starts_with('#');
     const bool versions =
-        firstVersion <= row.minVersion && row.minVersion <= row.maxVersion && row.maxVersion <= lastVersion;
+        firstFormatVersion <= row.minVersion && row.minVersion <= row.maxVersion && row.maxVersion <= lastFormatVersion;
     const bool kind =
         spec.starts_with('/') || (spec.size() == 2 && std::string_view("HSPRBN").find(spec[1]) != spec.npos);
     constexpr std::size_t longestName = 60; // leaves room on a line for indent, equals sign and value
@@ -529,11 +528,11 @@ constexpr bool RowIsSound(const _TOInfo& row) {
 
 /// A name that is legal in some version is legal in the last one, too: no load followed by a save may lose it.
 constexpr bool StaysLegal(const _TOInfo& row) {
-    if (row.maxVersion == lastVersion) {
+    if (row.maxVersion == lastFormatVersion) {
         return true;
     }
     for (const _TOInfo& later : taskOptions) {
-        if (later.id == row.id && later.maxVersion == lastVersion && (row.typeMask & ~later.typeMask) == 0) {
+        if (later.id == row.id && later.maxVersion == lastFormatVersion && (row.typeMask & ~later.typeMask) == 0) {
             return true;
         }
     }

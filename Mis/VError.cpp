@@ -221,7 +221,7 @@ void VI18NError::Severity(S severity) {
 }
 
 VI18NFileNotFoundError::VI18NFileNotFoundError(long module, MessageSeverity severity, const Parameter& file)
-    : VI18NError(module, msgFileNotFound, severity, file) {}
+    : VI18NError(module, msgFileNotFound.number, severity, file) {}
 
 std::unique_ptr<VError> err_caught() noexcept {
     try {

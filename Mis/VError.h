@@ -111,3 +111,15 @@ template <class Thrown> [[noreturn]] void err_throw(std::unique_ptr<Thrown> erro
 /// Takes over the exception that is being handled. Returns: the error object, or null for any other exception.
 /// REQUIRES: called while a handler runs.
 std::unique_ptr<VError> err_caught() noexcept;
+
+/// Runs a step that must not keep the next one from running: whatever it throws is dropped. Returns: false when it
+/// threw.
+template <class Step> bool err_attempt(Step step) noexcept {
+    try {
+        step();
+        return true;
+    } catch (...) {
+        err_caught();
+        return false;
+    }
+}

@@ -1,8 +1,7 @@
 #include "Mis/VString.h"
 
-#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/VError.h"
 #include "classlib/String.h"
 
 #include <algorithm>
@@ -280,7 +279,7 @@ VStringData* VString::NewBlock(int nLen) {
     const std::size_t bytes = static_cast<std::size_t>(nLen) + blockOverhead;
     char* memory = new (std::nothrow) char[bytes];
     if (memory == nullptr) {
-        err_throw<VError>(std::make_unique<VI18NError>(modVString, msgOutOfMemory, static_cast<long>(bytes)));
+        err_throw<VError>(err_make(msgOutOfMemory, static_cast<long>(bytes)));
     }
     auto* pData = new (memory) VStringData{1, nLen, nLen};
     pData->Characters()[nLen] = '\0';

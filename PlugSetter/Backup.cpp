@@ -1,26 +1,22 @@
 #include "PlugSetter/Backup.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/Unix/WholeFile.h"
-#include "Mis/VError.h"
 #include "PlugSetter/FileCopy.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Process.h"
 #include "classlib/FilenameHelper.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <memory>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-
-using I18NMessage::Message;
 
 namespace {
 
@@ -30,8 +26,7 @@ void DeleteSource(const std::string& directory, const std::string& fileName) {
     // By the convention of sys_delete never below 0: a source that stays is not reported.
     const int result = sys_delete((directory + fileName).c_str());
     if (result < 0) {
-        Message::LogMsg(msgSourceNotDeleted, msg_mod2str(modUtility), I18NMessage::SeverityWarning,
-                        txccl::FilenameHelper::join(directory, fileName).c_str());
+        msg_log(msgSourceNotDeleted, txccl::FilenameHelper::join(directory, fileName).c_str());
     }
 }
 
@@ -48,12 +43,12 @@ bool WriteBack(const std::string& copy, const FileStatus& status, const std::str
     return sys_writeFile(live, std::string(content.Text()), &access) == static_cast<long>(content.size);
 }
 
-bool Restore(const BackupEntry& entry) {
-    const std::string live(entry.live.GetName());
-    const std::string copy(entry.copy.GetName());
+bool Restore(const BackupEntry* entry) {
+    const std::string live(entry->live.GetName());
+    const std::string copy(entry->copy.GetName());
     const FileStatus status = FileStatus::Of(copy);
     if (status.GetPresence() == Presence::missing) {
-        return !entry.liveWasOpened;
+        return !entry->liveWasOpened;
     }
     if (sys_holdsSame(live, copy)) {
         utimensat(AT_FDCWD, live.c_str(), nullptr, 0);
@@ -63,17 +58,9 @@ bool Restore(const BackupEntry& entry) {
 }
 
 bool RestoreAll() noexcept {
-    try {
-        for (const BackupEntry* entry : bakFiles) {
-            if (!Restore(*entry)) {
-                return false;
-            }
-        }
-        return true;
-    } catch (...) {
-        err_caught();
-        return false;
-    }
+    bool restored = false;
+    err_attempt([&] { restored = std::all_of(bakFiles.begin(), bakFiles.end(), Restore); });
+    return restored;
 }
 
 } // namespace
@@ -83,7 +70,7 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
     const std::string source = srcDir + fileName;
     switch (FileStatus::Of(source).GetPresence()) {
     case Presence::missing: return;
-    case Presence::unknown: err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
+    case Presence::unknown: err_fail(msgUnexpected, label);
     case Presence::present: break;
     }
     if (dstName.empty()) {
@@ -99,10 +86,9 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
 }
 
 void rollback() {
-    const char* module = msg_mod2str(modUtility);
     if (RestoreAll()) {
-        Message::LogMsg(msgRolledBack, module, I18NMessage::SeverityInformational);
+        msg_log(msgRolledBack);
     } else {
-        Message::LogMsg(msgRollbackFailed, module, I18NMessage::SeverityFatal, "", "", "");
+        msg_log(msgRollbackFailed, "", "", "");
     }
 }

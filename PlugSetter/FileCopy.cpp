@@ -1,17 +1,15 @@
 #include "PlugSetter/FileCopy.h"
 
-#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/OutputFile.h"
 #include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/VError.h"
 #include "PlugSetter/Guard.h"
 
 #include <cerrno>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -22,10 +20,6 @@ namespace {
 constexpr const char* label = "backupFile()";
 
 constexpr mode_t ownerOnly = 0600;
-
-[[noreturn]] void Fail(int number, const std::string& parameter) {
-    err_throw(std::make_unique<VI18NError>(modUtility, number, parameter.c_str()));
-}
 
 /// Opens the place of a copy, emptied and, where it is a file of its own, closed to everybody else. Returns: no open
 /// file when that cannot be had; errno tells why.
@@ -116,7 +110,7 @@ void copyFile(const std::string& source, const std::string& destination, VBinary
     const std::string directory = sys_directoryOf(destination);
     const std::vector<std::string> changed = DirectoriesToChange(directory);
     if (dsk_credir(nullptr, directory.c_str(), 0, nullptr, nullptr, 0) < 0) {
-        Fail(msgCannotCreateDirectory, directory);
+        err_fail(msgCopyDirectoryNotMade, directory.c_str());
     }
     const FileStatus status = FileStatus::Of(in.GetDescriptor());
     VBinaryStream out;
@@ -126,7 +120,7 @@ void copyFile(const std::string& source, const std::string& destination, VBinary
     const bool bytesOnDisk = sys_synchronise(out.GetDescriptor());
     out.Close();
     if (!bytesOnDisk || !IsOnDisk(changed) || !IsComplete(in, destination)) {
-        Fail(msgUnexpected, label);
+        err_fail(msgUnexpected, label);
     }
     in.Close();
 } catch (...) {

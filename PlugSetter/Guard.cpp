@@ -1,11 +1,9 @@
 #include "PlugSetter/Guard.h"
 
-#include "MessageLIB/MessageIds.h"
-#include "Mis/VError.h"
+#include "Mis/Report.h"
 
 #include <cassert>
 #include <exception>
-#include <memory>
 
 void throwAsError(const char* label) {
     assert(std::current_exception() != nullptr);
@@ -16,5 +14,5 @@ void throwAsError(const char* label) {
     } catch (...) {
         err_caught();
     }
-    err_throw(std::make_unique<VI18NError>(modUtility, msgUnexpected, label));
+    err_fail(msgUnexpected, label);
 }

@@ -1,14 +1,12 @@
 #include "PlugSetter/Run.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
 #include "Mis/Log.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/DirectoryLock.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "Mis/VError.h"
 #include "PlugSetter/Backup.h"
 #include "PlugSetter/CommandLine.h"
 #include "PlugSetter/ExitCodes.h"
@@ -21,18 +19,7 @@
 #include <cstdio>
 #include <string>
 
-using I18NMessage::Message;
-
 namespace {
-
-/// Runs a step of the wrap-up. What fails there, for want of memory, must not keep the next step from running.
-template <class Step> void Attempt(Step step) noexcept {
-    try {
-        step();
-    } catch (...) {
-        err_caught();
-    }
-}
 
 /// True when deleting the entry `path` would take the configuration away: a link to it, or a further name of the file,
 /// can go.
@@ -80,8 +67,7 @@ void OpenLog() {
 /// Sets `savedBackupDir` to the backup directory and goes on with this node's directory below it.
 void PrepareBackupDir(std::string& savedBackupDir) {
     if (DeleteDirectory(backupDir) < 0) {
-        err_throw(std::make_unique<VI18NError>(modUtility, msgBackupDirNotDeleted, I18NMessage::SeverityFatal,
-                                               backupDir.c_str()));
+        err_fail(msgBackupDirInTheWay, backupDir.c_str());
     }
     sys_getnodename(agentName, sizeof agentName - 1);
     savedBackupDir = backupDir;
@@ -97,11 +83,11 @@ bool MakeChange(std::string& savedBackupDir, VI18NError& error) {
         upgrade();
         return true;
     } catch (VI18NError& thrown) {
-        Attempt([&] { error = thrown; });
+        err_attempt([&] { error = thrown; });
     } catch (...) {
         const auto thrown = err_caught();
         if (dynamic_cast<VI18NError*>(thrown.get()) != nullptr) {
-            Attempt([&] { error.CopyFrom(thrown.get()); });
+            err_attempt([&] { error.CopyFrom(thrown.get()); });
         }
     }
     return false;
@@ -109,26 +95,24 @@ bool MakeChange(std::string& savedBackupDir, VI18NError& error) {
 
 void ReportError(VI18NError& error) {
     if (!error.IsError()) {
-        error = VI18NError(modUtility, msgUnknownFailure, I18NMessage::SeverityError);
+        error = *err_make(msgUnknownFailure);
     }
-    Message::LogMsg(*error.GetMessage());
+    I18NMessage::Message::LogMsg(*error.GetMessage());
 }
 
 void CleanUp(const std::string& savedBackupDir) {
     if (!savedBackupDir.empty() && DeleteDirectory(savedBackupDir) < 0) {
-        Message::LogMsg(msgBackupDirNotDeleted, msg_mod2str(modUtility), I18NMessage::SeverityWarning,
-                        savedBackupDir.c_str());
+        msg_log(msgBackupDirLeftBehind, savedBackupDir.c_str());
     }
 }
 
 void ReportOutcome(bool success, const std::string& commandLine) {
-    const char* module = msg_mod2str(modUtility);
     if (success) {
-        Message::LogMsg(msgSucceeded, module, I18NMessage::SeverityInformational);
+        msg_log(msgSucceeded);
         return;
     }
-    Message::LogMsg(msgFailed, module, I18NMessage::SeverityFatal);
-    Message::LogMsg(msgCommandLine, module, I18NMessage::SeverityInformational, commandLine.c_str());
+    msg_log(msgFailed);
+    msg_log(msgCommandLine, commandLine.c_str());
 }
 
 void ForgetBackups() noexcept {
@@ -143,11 +127,11 @@ int RunGuarded(const std::string& commandLine) {
     VI18NError error;
     const bool success = MakeChange(savedBackupDir, error);
     if (!success) {
-        Attempt([&] { ReportError(error); });
-        Attempt(rollback);
+        err_attempt([&] { ReportError(error); });
+        err_attempt(rollback);
     }
-    Attempt([&] { CleanUp(savedBackupDir); });
-    Attempt([&] { ReportOutcome(success, commandLine); });
+    err_attempt([&] { CleanUp(savedBackupDir); });
+    err_attempt([&] { ReportOutcome(success, commandLine); });
     batutil_FlushLog();
     batutil_LogClose();
     ForgetBackups();
@@ -171,7 +155,7 @@ int RunAlone(const std::string& commandLine) {
 
 int runPlugSetter(int argc, char** argv) {
     int exitCode = exitFailure;
-    Attempt([&] {
+    err_attempt([&] {
         prepareProcess();
         std::string commandLine;
         if (parseCommandLine(argc, argv, commandLine)) {

@@ -1,11 +1,10 @@
 #include "PlugSetter/Upgrade.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
 #include "Mis/Log.h"
+#include "Mis/Report.h"
 #include "Mis/TaskData.h"
+#include "Mis/TaskKeys.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/VError.h"
 #include "PlugSetter/FileCopy.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
@@ -15,7 +14,9 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -31,32 +32,6 @@ constexpr const char* generatedHeader = "// Automatically Generated File\r\n"
                                         "// -----------------------------------\r\n"
                                         "\r\n";
 
-constexpr int fileVersion = 671;
-constexpr int keyVersion = 15;
-
-/// The keys of slot 0; those of the others are higher by the slot's number.
-enum SlotKey {
-    keyPluginFirst = 13100,
-    keyPluginCode = 13110,
-    keyPluginName = 13120,
-    keyPluginBinary = 13180,
-    keyPluginLast = 13200,
-    keyPluginStep = 10,
-};
-
-constexpr int slotCount = 10;
-constexpr int noSlot = -1;
-
-[[noreturn]] void Fail(int number, const char* parameter) {
-    err_throw(std::make_unique<VI18NError>(modUtility, number, parameter));
-}
-
-/// What the slots hold of the plug-in.
-struct Slots {
-    int firstFree = noSlot;
-    bool holdPlugin = false;
-};
-
 /// True when the copy would go where the open log is.
 bool IsOpenLog(const std::string& copy) {
     return logfp != nullptr && FileStatus::Of(copy).IsSameAs(FileStatus::Of(fileno(logfp)));
@@ -64,7 +39,7 @@ bool IsOpenLog(const std::string& copy) {
 
 void SaveCopy(const Paths& paths) {
     if (IsOpenLog(paths.copy)) {
-        Fail(msgUnexpected, label);
+        err_fail(msgUnexpected, label);
     }
     copyFile(paths.configuration, paths.copy, VBinaryStream::WriteMode);
     auto entry = std::make_unique<BackupEntry>(
@@ -75,58 +50,64 @@ void SaveCopy(const Paths& paths) {
 
 void Load(VTaskData& configuration) {
     if (configuration.LoadFromFile("", false, "", true) < 1) {
-        Fail(msgCannotLoad, configuration.GetTaskName().c_str());
+        err_fail(msgCannotLoad, configuration.GetTaskName().c_str());
     }
     if (configuration.SetComment(VString(generatedHeader)) <= 0) {
-        Fail(msgCannotSetCode, csl::Files::GLOBAL);
+        err_fail(msgCannotSetCode, csl::Files::GLOBAL);
     }
-    configuration.SetVersion(fileVersion);
+    configuration.SetVersion(lastFormatVersion);
 }
 
-void ClearSlot(VTaskData& configuration, int slot) {
-    for (int key = keyPluginFirst; key <= keyPluginLast; key += keyPluginStep) {
-        configuration.DeleteKey(key + slot);
-    }
-}
+/// What the slots hold.
+struct Slots {
+    std::optional<int> firstFree;
+    std::vector<int> ofPlugin; ///< all of them: the name may stand in several
+};
 
-/// Looks at all slots, the later ones too, since a name may stand in several; clears those when unregistering.
-Slots ScanSlots(VTaskData& configuration) {
+Slots LookAtSlots(const VTaskData& configuration) {
     Slots slots;
-    for (int slot = 0; slot < slotCount; ++slot) {
+    for (int slot = 0; slot < pluginSlotCount; ++slot) {
         std::string code;
         configuration.GetString(keyPluginCode + slot, &code);
         if (*code.c_str() == '\0') {
-            slots.firstFree = slots.firstFree == noSlot ? slot : slots.firstFree;
+            slots.firstFree = slots.firstFree.value_or(slot);
         } else if (qx_stricmp(code.c_str(), plugName.c_str()) == 0) {
-            slots.holdPlugin = true;
-            if (regType == unregisterPlugin) {
-                ClearSlot(configuration, slot);
-            }
+            slots.ofPlugin.push_back(slot);
         }
     }
     return slots;
+}
+
+void ClearSlot(VTaskData& configuration, int slot) {
+    for (int key = keyPluginHeader; key <= keyPluginPath; key += pluginKeyStep) {
+        configuration.DeleteKey(key + slot);
+    }
 }
 
 void FillSlot(VTaskData& configuration, int slot) {
     const VString name(plugName.c_str());
     const VString library = string2dllName(name);
     if (configuration.SetString(keyPluginCode + slot, plugName, true) <= 0) {
-        Fail(msgCannotSetCode, csl::Files::GLOBAL);
+        err_fail(msgCannotSetCode, csl::Files::GLOBAL);
     }
     if (!library.IsEmpty() && configuration.SetString(keyPluginBinary + slot, library, true) <= 0) {
-        Fail(msgCannotSetBinary, csl::Files::GLOBAL);
+        err_fail(msgCannotSetBinary, csl::Files::GLOBAL);
     }
     if (configuration.SetString(keyPluginName + slot, string2pluginName(name), true) <= 0) {
-        Fail(msgCannotSetName, csl::Files::GLOBAL);
+        err_fail(msgCannotSetName, csl::Files::GLOBAL);
     }
 }
 
 void Edit(VTaskData& configuration) {
-    const Slots slots = ScanSlots(configuration);
-    if (regType == registerPlugin && slots.firstFree != noSlot && !slots.holdPlugin) {
-        FillSlot(configuration, slots.firstFree);
+    const Slots slots = LookAtSlots(configuration);
+    if (regType == unregisterPlugin) {
+        for (const int slot : slots.ofPlugin) {
+            ClearSlot(configuration, slot);
+        }
+    } else if (slots.firstFree && slots.ofPlugin.empty()) {
+        FillSlot(configuration, *slots.firstFree);
     }
-    configuration.DeleteKey(keyVersion);
+    configuration.DeleteKey(keyProgramVersion);
 }
 
 /// A file that cannot be opened for writing stays as it is, which is no failure; one that may be damaged is.
@@ -134,7 +115,7 @@ void Save(VTaskData& configuration) {
     holdSignals();
     bakFiles.back()->liveWasOpened = true;
     if (configuration.SaveToFile("") == 0) {
-        err_throw(std::make_unique<VI18NError>(modBinaryStream, msgFlushFailed, configuration.GetTaskName().c_str()));
+        err_fail(msgNotWritten, configuration.GetTaskName().c_str());
     }
 }
 
@@ -144,7 +125,7 @@ void upgrade() try {
     const Paths paths = runPaths();
     switch (FileStatus::Of(paths.configuration).GetPresence()) {
     case Presence::missing: return;
-    case Presence::unknown: Fail(msgUnexpected, label);
+    case Presence::unknown: err_fail(msgUnexpected, label);
     case Presence::present: break;
     }
     SaveCopy(paths);
@@ -152,8 +133,7 @@ void upgrade() try {
     Load(configuration);
     Edit(configuration);
     Save(configuration);
-    I18NMessage::Message::LogMsg(msgConfigurationSaved, msg_mod2str(modUtility), I18NMessage::SeverityInformational,
-                                 csl::Files::GLOBAL);
+    msg_log(msgConfigurationSaved, csl::Files::GLOBAL);
 } catch (...) {
     throwAsError(label);
 }

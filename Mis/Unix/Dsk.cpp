@@ -1,9 +1,7 @@
 #include "Mis/Unix/Dsk.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/VError.h"
 
 #include <cerrno>
 #include <cstring>
@@ -45,8 +43,7 @@ int dsk_credir(void* /*device*/, const char* dirspec, unsigned /*opts*/, void* a
         *fullname = '\0';
     }
     if (CreateUnixPath(dirspec) < 1 || attributes != nullptr) {
-        I18NMessage::Message::LogMsg(msgCannotCreateDirectory, msg_mod2str(modDisk), I18NMessage::SeverityError,
-                                     dirspec);
+        msg_log(msgDirectoryNotMade, dirspec);
         return -1;
     }
     if (fullname != nullptr) {

@@ -1,10 +1,8 @@
 #include "Mis/Unix/SysClientUnix.h"
 
-#include "MessageLIB/Message.h"
-#include "MessageLIB/MessageIds.h"
 #include "Mis/NamCommon.h"
+#include "Mis/Report.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/VError.h"
 
 #include <cerrno>
 #include <cstring>
@@ -23,8 +21,7 @@ struct DirectoryCloser {
 };
 
 void LogUnreadable(const std::string& directory, const char* pattern, int error) {
-    I18NMessage::Message::LogMsg(msgCannotReadDirectory, msg_mod2str(modSystem), I18NMessage::SeverityWarning,
-                                 directory.c_str(), pattern, std::strerror(error));
+    msg_log(msgCannotReadDirectory, directory.c_str(), pattern, std::strerror(error));
 }
 
 /// The full names of the entries of `directory` that match. Removing entries while the directory is being read could
@@ -106,5 +103,5 @@ VI18NError* getSystemError() {
     if (error == 0) {
         return nullptr;
     }
-    return std::make_unique<VI18NError>(modBinaryStream, msgSystemError, std::strerror(error)).release();
+    return err_make(msgSystemError, std::strerror(error)).release();
 }

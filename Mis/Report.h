@@ -1,0 +1,23 @@
+#pragma once
+
+#include "MessageLIB/MessageIds.h"
+#include "Mis/VError.h"
+
+#include <memory>
+
+/// Reporting a message by its row. Each parameter is a text (const char*) or a number.
+
+/// Returns: an error with this message.
+template <class... Values> std::unique_ptr<VI18NError> err_make(const MessageId& id, const Values&... parameters) {
+    return std::make_unique<VI18NError>(id.module, id.number, id.severity, parameters...);
+}
+
+/// Throws such an error as a pointer to VI18NError.
+template <class... Values> [[noreturn]] void err_fail(const MessageId& id, const Values&... parameters) {
+    err_throw(err_make(id, parameters...));
+}
+
+/// Logs a record with this message through the default logger.
+template <class... Values> void msg_log(const MessageId& id, const Values&... parameters) {
+    I18NMessage::Message::LogMsg(id.number, msg_mod2str(id.module), id.severity, parameters...);
+}
