@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 #include <iterator>
 
 namespace fs = std::filesystem;
@@ -162,13 +164,55 @@ TEST_F(Run, WorksWithoutALog) {
         EXPECT_EQ(ReadFile(config), registered);
     }
     EXPECT_EQ(Entries(), 5);
+    EXPECT_EQ(mkfifo((agent + "/pipe").c_str(), 0600), 0);
+    Tool({"-r", "ORACLE", agent, backup, "pipe"});
     fs::remove(config);
-    Tool({"-r", "ORACLE", agent, backup, "Global.qxc"});
-    EXPECT_FALSE(fs::exists(config));
+    fs::create_symlink("Global.qxc", agent + "/link");
+    for (const std::string& log : Texts{"Global.qxc", "./Global.qxc", "../" + Node() + "/Global.qxc", "link"}) {
+        Tool({"-r", "ORACLE", agent, backup, log});
+        EXPECT_FALSE(fs::exists(config)) << log;
+    }
     // A log in the place of the copy would be copied back.
     WriteFile(config, original);
     Tool({"-r", "ORACLE", agent, backup, "../backup/" + Node() + "/Global.qxc"}, 1);
     EXPECT_EQ(ReadFile(config), original);
+}
+
+TEST_F(Run, ShowsTheLogOnlyToThoseWhoMayReadTheConfiguration) {
+    const std::string log = agent + "/install.xlog";
+    const struct {
+        unsigned configuration;
+        unsigned before; ///< 0 for no log
+        unsigned after;
+    } cases[] = {{0600, 0, 0600}, {0640, 0, 0640}, {0640, 0666, 0640}, {0666, 0600, 0600}, {0604, 0666, 0600}};
+    for (const auto& test : cases) {
+        fs::remove(log);
+        if (test.before != 0) {
+            WriteFile(log, "");
+            fs::permissions(log, static_cast<fs::perms>(test.before));
+        }
+        fs::permissions(config, static_cast<fs::perms>(test.configuration));
+        Tool({"-r", "ORACLE", agent, backup, "install.xlog"});
+        EXPECT_EQ(static_cast<unsigned>(fs::status(log).permissions()), test.after) << std::oct << test.configuration;
+    }
+}
+
+TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
+    fs::create_hard_link(config, dir / "second");
+    fs::create_symlink(config, dir / "link");
+    fs::create_symlink(agent, dir / "agent");
+    for (const char* name : {"second", "link"}) {
+        Tool({"-r", "ORACLE", agent, dir / name, "install.xlog"});
+        EXPECT_EQ(ReadFile(config), registered) << name;
+        EXPECT_TRUE(fs::is_directory(dir / name)) << name;
+    }
+    // The link under whose name the agent is installed stays.
+    Tool({"-u", "SS", dir / "agent", dir / "./agent", "install.xlog"});
+    EXPECT_TRUE(fs::is_symlink(dir / "agent"));
+    fs::rename(config, dir / "real");
+    fs::create_symlink("../real", config);
+    Tool({"-u", "SS", agent, dir / "real", "install.xlog"}, 1);
+    EXPECT_EQ(ReadFile(config), registered);
 }
 
 } // namespace

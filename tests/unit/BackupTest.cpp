@@ -8,19 +8,46 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
-/// A run that has saved two files and then spoilt them.
+namespace fs = std::filesystem;
+
+struct stat StatusOf(const std::string& path) {
+    struct stat status = {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+/// "mode owner group", the mode in octal.
+std::string AccessOf(const std::string& path) {
+    const struct stat status = StatusOf(path);
+    std::ostringstream text;
+    text << std::oct << (status.st_mode & 07777U) << std::dec << ' ' << status.st_uid << ' ' << status.st_gid;
+    return text.str();
+}
+
+void SetAccess(const std::string& path, mode_t mode, uid_t owner) {
+    EXPECT_EQ(lchown(path.c_str(), owner, owner), 0);
+    if (!fs::is_symlink(path)) {
+        fs::permissions(path, static_cast<fs::perms>(mode));
+    }
+}
+
+/// A run that has saved two files, by relative names, and then spoilt them.
 class Backup : public testing::Test {
 protected:
     Backup() {
-        batutil_LogOpen((m_dir / "").c_str(), "log", 1, false);
+        fs::current_path(m_dir / "");
+        batutil_LogOpen("", (m_dir / "log").c_str(), 1, false);
         for (const std::string name : {"first", "second"}) {
-            WriteFile(m_dir / ("live/" + name), name);
-            backupFile(m_dir / "live/", name, m_dir / "copies/", "", false);
-            WriteFile(m_dir / ("live/" + name), "spoilt " + name);
-            bakFiles.push_back(new BackupEntry{VFileName(m_dir / ("live/" + name), -1, false),
-                                               VFileName(m_dir / ("copies/" + name), -1, false)});
+            WriteFile("live/" + name, name);
+            backupFile("live/", name, "copies/", "", false);
+            WriteFile("live/" + name, "spoilt " + name);
+            bakFiles.push_back(
+                new BackupEntry{VFileName("live/" + name, -1, false), VFileName("copies/" + name, -1, false)});
         }
     }
 
@@ -30,37 +57,151 @@ protected:
             delete entry;
         }
         bakFiles.clear();
+        fs::current_path("/");
     }
+
+    /// Rolls back. Returns: the last record.
+    std::string RollBack() const {
+        rollback();
+        return Records(ReadFile(m_dir / "log")).back();
+    }
+
+    static constexpr const char* restored = "UTIL 7945 I";
+    static constexpr const char* notRestored = "UTIL 7943 F [] [] []";
 
     const TempDir m_dir;
 };
 
 TEST_F(Backup, RollbackRestoresEachFile) {
-    rollback();
-    EXPECT_EQ(ReadFile(m_dir / "live/first"), "first");
-    EXPECT_EQ(ReadFile(m_dir / "live/second"), "second");
-    EXPECT_EQ(ReadFile(m_dir / "copies/first"), "first");
-    EXPECT_EQ(Records(ReadFile(m_dir / "log")).back(), "UTIL 7945 I");
+    const ino_t inode = StatusOf("live/first").st_ino;
+    EXPECT_EQ(RollBack(), restored);
+    EXPECT_EQ(ReadFile("live/first"), "first");
+    EXPECT_EQ(ReadFile("live/second"), "second");
+    EXPECT_EQ(ReadFile("copies/first"), "first");
+    EXPECT_EQ(StatusOf("live/first").st_ino, inode);
 }
 
 TEST_F(Backup, RollbackStopsAtTheFirstFailure) {
-    std::filesystem::remove(m_dir / "live/first");
-    std::filesystem::create_directory(m_dir / "live/first");
-    rollback();
-    EXPECT_EQ(ReadFile(m_dir / "live/second"), "spoilt second");
-    EXPECT_EQ(Records(ReadFile(m_dir / "log")).back(), "UTIL 7943 F [] [] []");
+    fs::remove("live/first");
+    fs::create_directory("live/first");
+    EXPECT_EQ(RollBack(), notRestored);
+    EXPECT_EQ(ReadFile("live/second"), "spoilt second");
+}
+
+TEST_F(Backup, RollbackLeavesWhatHoldsTheBytesAndSetsItsTime) {
+    WriteFile("live/first", "first");
+    fs::last_write_time("live/first", {});
+    const auto before = fs::file_time_type::clock::now() - std::chrono::seconds(2);
+    EXPECT_EQ(RollBack(), restored);
+    EXPECT_GT(fs::last_write_time("live/first"), before);
+}
+
+TEST_F(Backup, RollbackTellsAMissingCopyByWhetherTheFileWasOpened) {
+    fs::remove("copies/first");
+    EXPECT_EQ(RollBack(), restored);
+    EXPECT_EQ(ReadFile("live/second"), "second");
+    bakFiles.front()->liveWasOpened = true;
+    EXPECT_EQ(RollBack(), notRestored);
+    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
+}
+
+// A copy that was a device read as empty, and the file was emptied.
+TEST_F(Backup, RollbackDoesNotBeginWithACopyThatCannotBeRead) {
+    fs::remove("copies/first");
+    for (const char* noCopy : {"/dev/null", "."}) {
+        fs::remove("copies/first");
+        fs::create_symlink(noCopy, "copies/first");
+        EXPECT_EQ(RollBack(), notRestored) << noCopy;
+        EXPECT_EQ(ReadFile("live/first"), "spoilt first") << noCopy;
+    }
+}
+
+TEST_F(Backup, RollbackMakesAVanishedFileWithTheAccessOfTheCopy) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root gives files away";
+    }
+    fs::remove_all("live");
+    SetAccess("copies/first", 0640, 7);
+    EXPECT_EQ(RollBack(), restored);
+    EXPECT_EQ(ReadFile("live/first"), "first");
+    EXPECT_EQ(AccessOf("live/first"), "640 7 7");
 }
 
 TEST_F(Backup, CopiesExactlyAndOnlyWhatIsThere) {
-    for (const std::size_t size : {0U, 4096U, 100000U}) {
-        WriteFile(m_dir / "live/file", std::string(size, '\0'));
-        backupFile(m_dir / "live/", "file", m_dir / "copies/", "renamed", true);
-        EXPECT_EQ(ReadFile(m_dir / "copies/renamed"), std::string(size, '\0'));
-        EXPECT_FALSE(std::filesystem::exists(m_dir / "live/file"));
-        std::filesystem::remove(m_dir / "copies/renamed");
+    for (const std::size_t size : {0U, 4096U, 100000U, 10U}) {
+        WriteFile("live/file", std::string(size, '\0'));
+        backupFile("live/", "file", "copies/", "renamed", true);
+        EXPECT_EQ(ReadFile("copies/renamed"), std::string(size, '\0'));
+        EXPECT_FALSE(fs::exists("live/file"));
     }
-    backupFile(m_dir / "live/", "missing", m_dir / "none/", "", false);
-    EXPECT_FALSE(std::filesystem::exists(m_dir / "none"));
+    backupFile("live/", "missing", "none/", "", false);
+    EXPECT_FALSE(fs::exists("none"));
+}
+
+TEST_F(Backup, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root gives files away";
+    }
+    const struct {
+        const char* name;
+        mode_t source;
+        mode_t earlier; ///< 0 for none
+        const char* copy;
+    } cases[] = {
+        {"new", 0640, 0, "640 7 7"},
+        {"new, the owner may not write", 0440, 0, "640 7 7"},
+        {"new, with other bits", 06755, 0, "755 7 7"},
+        {"earlier one is wider", 0600, 0666, "600 7 7"},
+        {"earlier one is closed", 0644, 0400, "644 7 7"},
+    };
+    for (const auto& test : cases) {
+        fs::remove("copies/first");
+        if (test.earlier != 0) {
+            WriteFile("copies/first", "an earlier and longer copy");
+            SetAccess("copies/first", test.earlier, 0);
+        }
+        SetAccess("live/first", test.source, 7);
+        backupFile("live/", "first", "copies/", "", false);
+        EXPECT_EQ(AccessOf("copies/first"), test.copy) << test.name;
+        EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << test.name;
+    }
+    SetAccess("copies/first", 0666, 0);
+    fs::create_hard_link("copies/first", "other name");
+    backupFile("live/", "first", "copies/", "", false);
+    EXPECT_EQ(AccessOf("copies/first"), "666 0 0");
+}
+
+TEST_F(Backup, ACopyFollowsOwnLinksOnlyAndNoPipe) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root gives files away";
+    }
+    const auto copied = [] {
+        try {
+            backupFile("live/", "first", "copies/", "", false);
+            return true;
+        } catch (VI18NError* error) {
+            EXPECT_EQ(error->GetMessage()->GetID(), 4145);
+            delete error;
+            return false;
+        }
+    };
+    WriteFile("elsewhere/target", "target");
+    fs::remove("copies/first");
+    fs::create_symlink("../elsewhere/link", "copies/first");
+    fs::create_symlink("target", "elsewhere/link");
+    EXPECT_TRUE(copied());
+    EXPECT_EQ(ReadFile("elsewhere/target"), "spoilt first");
+    WriteFile("elsewhere/target", "target");
+    SetAccess("elsewhere/link", 0, 7);
+    EXPECT_FALSE(copied());
+    EXPECT_EQ(ReadFile("elsewhere/target"), "target");
+    fs::remove("copies/first");
+    EXPECT_EQ(mkfifo("copies/first", 0600), 0);
+    EXPECT_FALSE(copied());
+    fs::remove("copies/first");
+    fs::create_symlink("../live/first", "copies/first");
+    EXPECT_FALSE(copied());
+    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
 }
 
 } // namespace
