@@ -1,36 +1,76 @@
+/// How the fault tests work.
+///
+/// The tool runs with a preload library, Interposer.cpp, that stands between it and the C library. A test lays the
+/// files, writes a Plan into a file, names that file in FAULT_PLAN and the library in LD_PRELOAD, and starts the tool.
+/// Both look at the plan through one mapping, so that the library's report, the second half of the Plan, stands however
+/// the tool ends. From the start of main() to its end the library counts the calls of the sets in `calls`; those
+/// numbered `first` to `last` suffer the `effect`.
+///
+/// What counts as a call is each function of the list at the end of Interposer.cpp. What the C library calls inside
+/// itself cannot be replaced by name: every stream that the tool opens is therefore one whose reads, writes, seeks and
+/// closing are functions of the library. All buffering and all error flags stay the C library's own; a flush fails by
+/// its writes. Two calls are counted and not made: fsync, since only a power cut shows what it does, and sleeping,
+/// which moves the clock instead.
+///
+/// To look at one fault, give its number: the test then prints every call of the run, the log and the files.
+///
+///     FAULT_CALL=31 build/release/tests/faults_tests --gtest_filter='*/Growth_AnyCall'
+
 #pragma once
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// The outside calls of the tool that the preload library counts. A flush fails by its writes.
-enum Call : unsigned { callOpen, callRead, callWrite, callStat, callOther, callMemory };
+/// The sets of calls.
+enum Call : unsigned {
+    callOpen,
+    callRead,
+    callWrite,
+    callReserve,
+    callSync,
+    callLock,
+    callStat,
+    callOther,
+    callMemory
+};
 
 constexpr unsigned Only(Call call) {
     return 1U << call;
 }
 
+constexpr unsigned everyCall = Only(callMemory) - 1;
+
 enum class Effect {
     fail,    ///< the call does nothing and answers with the error
-    half,    ///< as above, but the first read ends early, or the first write fails halfway
-    kill,    ///< the process is gone before the call
+    half,    ///< as above, but the first call moves or reserves half of what it could
+    signal,  ///< the process gets a signal before the call
+    fill,    ///< a neighbour takes all room of the disk before the call, which then takes its course
     command, ///< a shell command runs before the call, which then takes its course
 };
 
-/// A test's order to the library, and the library's report. Both look at one mapped file, which the environment names
-/// in FAULT_PLAN, so that the report stands however the program ends.
+/// A call as it was made, of whatever set but that of memory.
+struct Step {
+    long number; ///< among the calls of the set, 0 for none of them
+    bool hit;
+    bool writes; ///< of an opening: for writing
+    char call[16];
+    char path[256]; ///< as the tool gave it; of a descriptor: the full name of its file
+};
+
 struct Plan {
-    unsigned calls; ///< a set of Only(...)
-    long first;     ///< the first call of the set to be hit, from 1
-    long last;
-    Effect effect;
-    int error;
-    char live[256] = {}; ///< the file whose writing is watched
-    char command[256] = {};
-    long reached = 0;        ///< calls of the set
-    long injected = 0;       ///< calls that were hit
-    long injectedInSave = 0; ///< those of them from the opening of the live file for writing to its closing
+    unsigned calls = 0; ///< a set of Only(...)
+    long first = 0;     ///< the first call of the set to be hit, from 1
+    long last = 0;
+    Effect effect = Effect::fail;
+    int error = 0;          ///< the errno, or the number of the signal
+    char command[256] = {}; ///< of a neighbour that fills the disk: its file
+    char failing[16] = {};  ///< the first call of this name on agent/Global.qxc fails besides
+    long reached = 0;       ///< calls of the set
+    long injected = 0;      ///< calls that were hit
+    long slept = 0;         ///< in milliseconds
+    long stepCount = 0;
+    Step steps[256] = {};
 };
 
 inline Plan* MapPlan(const char* path) {
