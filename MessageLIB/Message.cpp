@@ -8,8 +8,12 @@
 #include <memory>
 #include <utility>
 
-#include <execinfo.h>
 #include <unistd.h>
+
+// Not every C library can look at the stack.
+#if __has_include(<execinfo.h>)
+#include <execinfo.h>
+#endif
 
 namespace I18NMessage {
 
@@ -55,10 +59,12 @@ std::string Element(std::string_view tag, const std::string& content) {
 }
 
 void WriteStack() noexcept {
-    void* frames[32];
     std::fputs("Stack: \n", stderr);
     std::fflush(stderr);
+#if __has_include(<execinfo.h>)
+    void* frames[32];
     backtrace_symbols_fd(frames, backtrace(frames, 32), STDERR_FILENO);
+#endif
 }
 
 void ReportNotLogged(Message& message) noexcept {
