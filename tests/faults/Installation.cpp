@@ -82,7 +82,8 @@ Outcome Installation::Run(const Case& run, const Plan& plan) const {
     *m_plan = plan;
     std::strncpy(m_plan->failing, run.failing, sizeof m_plan->failing - 1);
     // A sanitizer's usual status would pass for that of a failed run.
-    return Run(run, {"LD_PRELOAD=" INTERPOSER, "FAULT_PLAN=" + m_planFile,
+    // LD_PRELOAD takes no path with a space.
+    return Run(run, {"LD_PRELOAD=" INTERPOSER, "LD_LIBRARY_PATH=" INTERPOSER_DIR, "FAULT_PLAN=" + m_planFile,
                      "ASAN_OPTIONS=verify_asan_link_order=0:exitcode=99"});
 }
 
