@@ -1,32 +1,44 @@
 # product_flags(TARGET) gives a target of the product its warnings, its hardening and its way of linking.
-#
-# Hardening goes with optimisation and without sanitizers: the checked calls of _FORTIFY_SOURCE need the one and hide
-# from the other.
+
+include(CheckCXXCompilerFlag)
 
 # g++ 12 sees overlaps in the concatenation of std::string that are not there.
 set(warning_flags -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(PLUGSETTER_WERROR)
   list(APPEND warning_flags -Werror)
 endif()
-set(hardening_flags -fstack-protector-strong -fstack-clash-protection -fcf-protection
-  -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
 
 if(PLUGSETTER_HARDEN)
-  include(CheckPIESupported)
-  check_pie_supported()
+  set(hardening_flags -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
+  # Some need the help of the processor. Not every compiler calls it an error to ask in vain.
+  set(CMAKE_REQUIRED_FLAGS -Werror)
+  foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
+    string(MAKE_C_IDENTIFIER "has${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+      list(APPEND hardening_flags ${flag})
+    endif()
+  endforeach()
+  unset(CMAKE_REQUIRED_FLAGS)
 endif()
 
 function(product_flags target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  # Where these are 32 bits wide by default, large files and late dates need 64.
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   target_compile_options(${target} PRIVATE ${warning_flags} -ffunction-sections -fdata-sections)
-  if(PLUGSETTER_HARDEN)
+  if(PLUGSETTER_HARDEN OR PLUGSETTER_STATIC STREQUAL ALL)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  endif()
+  if(PLUGSETTER_HARDEN)
+    # Only with optimisation, which the checked calls of _FORTIFY_SOURCE need, and without sanitizers, from which they
+    # hide errors.
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening_flags}>)
   endif()
   get_target_property(type ${target} TYPE)
   if(type STREQUAL EXECUTABLE)
     target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,--as-needed
       $<$<BOOL:${PLUGSETTER_HARDEN}>:-Wl,-z,relro,-z,now>
-      $<$<BOOL:${PLUGSETTER_STATIC}>:-static-libstdc++;-static-libgcc>)
+      ${linking_flags})
   endif()
 endfunction()

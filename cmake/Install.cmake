@@ -1,0 +1,52 @@
+# What `cmake --install` lays where: the components Program, Development and, for its package alone, Debian.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(docs ${CMAKE_INSTALL_DATADIR}/doc/plugsetter)
+
+find_program(GZIP gzip REQUIRED)
+
+# compress(SOURCE NAME DESTINATION) installs SOURCE compressed as NAME.gz, the same bytes each time. Further arguments
+# go to install().
+function(compress source name destination)
+  set(compressed ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+  add_custom_command(OUTPUT ${compressed}
+    COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_SOURCE_DIR}/${source} > ${compressed}
+    DEPENDS ${source} VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY compressed_files ${compressed})
+  install(FILES ${compressed} DESTINATION ${destination} ${ARGN})
+endfunction()
+
+install(TARGETS PlugSetter DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Program)
+install(FILES README.md packaging/copyright DESTINATION ${docs} COMPONENT Program)
+install(DIRECTORY docs/ DESTINATION ${docs} COMPONENT Program)
+install(DIRECTORY examples DESTINATION ${docs} USE_SOURCE_PERMISSIONS COMPONENT Program)
+file(GLOB manuals CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} man/*.[1-9])
+foreach(manual ${manuals})
+  get_filename_component(name ${manual} NAME)
+  string(REGEX MATCH "[1-9]$" section ${manual})
+  compress(${manual} ${name} ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT Program)
+endforeach()
+compress(CHANGELOG.md changelog ${docs} COMPONENT Program)
+
+set(headers ${CMAKE_INSTALL_INCLUDEDIR}/AgentClient)
+target_include_directories(AgentClient PUBLIC $<INSTALL_INTERFACE:${headers}>)
+install(TARGETS AgentClient EXPORT AgentClientTargets DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
+install(DIRECTORY MessageLIB Mis Plugins classlib DESTINATION ${headers} COMPONENT Development
+  FILES_MATCHING PATTERN "*.h")
+set(library_config ${CMAKE_INSTALL_LIBDIR}/cmake/AgentClient)
+install(EXPORT AgentClientTargets DESTINATION ${library_config} COMPONENT Development)
+write_basic_package_version_file(AgentClientConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES cmake/AgentClientConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/AgentClientConfigVersion.cmake
+  DESTINATION ${library_config} COMPONENT Development)
+file(RELATIVE_PATH prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/AgentClient.pc.in AgentClient.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/AgentClient.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT Development)
+
+install(FILES packaging/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME plugsetter
+  COMPONENT Debian EXCLUDE_FROM_ALL)
+compress(packaging/changelog.Debian changelog.Debian ${docs} COMPONENT Debian EXCLUDE_FROM_ALL)
+
+get_property(compressed_files GLOBAL PROPERTY compressed_files)
+add_custom_target(compressed ALL DEPENDS ${compressed_files})

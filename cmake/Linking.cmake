@@ -1,0 +1,37 @@
+# What is linked into the program, and the libcrypto that goes with it.
+#
+#   NONE     nothing; all libraries are those of the machine
+#   CRYPTO   libcrypto
+#   RUNTIME  libcrypto and the C++ runtime
+#   ALL      these and the C library: the program needs no library at all
+
+set(linking NONE)
+if(PROJECT_IS_TOP_LEVEL)
+  set(linking RUNTIME)
+endif()
+set(PLUGSETTER_STATIC ${linking} CACHE STRING "What is linked into the program: NONE, CRYPTO, RUNTIME, or ALL")
+set_property(CACHE PLUGSETTER_STATIC PROPERTY STRINGS NONE CRYPTO RUNTIME ALL)
+if(NOT PLUGSETTER_STATIC MATCHES "^(NONE|CRYPTO|RUNTIME|ALL)$")
+  message(FATAL_ERROR "PLUGSETTER_STATIC is NONE, CRYPTO, RUNTIME or ALL, not '${PLUGSETTER_STATIC}'")
+endif()
+
+# After a change, what was found for the other way of linking must be looked for again.
+if(DEFINED CACHE{PLUGSETTER_STATIC_BEFORE} AND NOT PLUGSETTER_STATIC STREQUAL PLUGSETTER_STATIC_BEFORE)
+  unset(OPENSSL_CRYPTO_LIBRARY CACHE)
+endif()
+set(PLUGSETTER_STATIC_BEFORE ${PLUGSETTER_STATIC} CACHE INTERNAL "")
+if(NOT PLUGSETTER_STATIC STREQUAL NONE)
+  set(OPENSSL_USE_STATIC_LIBS ON)
+endif()
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+
+include(CheckPIESupported)
+check_pie_supported()
+set(linking_flags)
+if(PLUGSETTER_STATIC STREQUAL RUNTIME)
+  set(linking_flags -static-libstdc++ -static-libgcc)
+elseif(PLUGSETTER_STATIC STREQUAL ALL)
+  set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie)
+  # The linker warns of calls that load a library at run time after all.
+  set(linking_flags -Wl,--fatal-warnings)
+endif()
