@@ -3,6 +3,7 @@
 #include "classlib/String.h"
 
 #include <algorithm>
+#include <climits>
 
 using txccl::string::Lowered;
 
@@ -35,7 +36,7 @@ bool MatchWord(std::string_view word, const char* pattern, int* index) noexcept 
             if (!IsDigit(c)) {
                 return false;
             }
-            *index = *index * 10 + (c - '0');
+            *index = static_cast<int>(std::min<long long>(*index * 10LL + (c - '0'), INT_MAX));
         } else if (c != *pattern && Lowered(c) != Lowered(*pattern)) {
             return false;
         }

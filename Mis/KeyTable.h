@@ -20,7 +20,7 @@ public:
     static int Normalise(int key) noexcept;
 
     /// True when `text`, up to its first blank and in any letter case, is `pattern` with a digit for each "%"; the
-    /// digits are then the decimal number `*index`.
+    /// digits are then the decimal number `*index`, INT_MAX when it does not fit.
     static bool Match(std::string_view text, const char* pattern, int* index) noexcept;
 
     /// The first row for `key`, whatever its version and type; null for none.

@@ -84,7 +84,8 @@ public:
     static int GetKeyName(int key, std::string& name, int version, int type);
     /// The key by the first legal row that matches the name, in any letter case.
     static int GetKeyID(const std::string& name, int* key, int version, int type);
-    /// True when `text`, up to its first blank, is `pattern` with a digit for each "%"; the digits make `*index`.
+    /// True when `text`, up to its first blank, is `pattern` with a digit for each "%"; the digits make `*index`,
+    /// INT_MAX when they are too many.
     static bool KeyMatch(const char* text, const char* pattern, int* index);
 
     /// An empty name stands for the object's own. Loading adds to what the object holds.

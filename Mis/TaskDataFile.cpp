@@ -62,7 +62,7 @@ bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
         return false;
     }
     const bool accepted = ParseAll(text, applySideEffects);
-    m_reader.ReleaseBuffers();
+    m_reader.EndText();
     return accepted;
 }
 
@@ -116,12 +116,8 @@ bool VTaskData::StoreHeader(int key, std::string_view value) {
     case keyBuildVersion: m_buildVersion = value; return true;
     default: break;
     }
-    const int version = txccl::string::LeadingNumber(value);
-    if (version > lastFormatVersion) {
-        return false;
-    }
-    m_version = version;
-    return true;
+    m_version = txccl::string::LeadingNumber(value);
+    return m_version <= lastFormatVersion;
 }
 
 bool VTaskData::StorePlugins(const std::string& list) {

@@ -27,7 +27,8 @@ void TaskReader::Reset() {
     m_pendingLine.clear();
 }
 
-void TaskReader::ReleaseBuffers() {
+void TaskReader::EndText() {
+    m_pendingLine = {};
     m_logicalLine = {};
     m_value = {};
 }

@@ -24,8 +24,8 @@ public:
     /// Takes the next physical line, without its line end.
     Line Next(std::string_view physical);
 
-    /// Gives back the memory that long lines took.
-    void ReleaseBuffers();
+    /// Drops an unfinished line and gives back the memory that long lines took. Open sections stay open.
+    void EndText();
 
     /// The names of the open sections and of the key, joined by ".". Valid until the next call.
     std::string_view Name() const noexcept { return m_name; }

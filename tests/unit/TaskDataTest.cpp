@@ -44,6 +44,12 @@ TEST(TaskEntries, StayInOrderThroughManyDeletions) {
                                [](const VTDEntry& a, const VTDEntry& b) { return a.GetKey() < b.GetKey(); }));
 }
 
+TEST(TaskData, AnIndexTooLongForANumberIsTheLargest) {
+    int index = 0;
+    EXPECT_TRUE(VTaskData::KeyMatch("x99999999999y", "X%%%%%%%%%%%Y", &index));
+    EXPECT_EQ(index, INT_MAX);
+}
+
 TEST(TaskData, StoresReplacesAndDeletes) {
     for (const bool raw : {true, false}) {
         VTaskData data("", raw);

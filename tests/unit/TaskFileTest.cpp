@@ -11,6 +11,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr int keyPlugins = 14;
+constexpr int keyLogFormat = 403;
+
 /// What a file of this text becomes when it is loaded and saved.
 std::string Resaved(const std::string& text) {
     const TempDir dir;
@@ -86,6 +89,23 @@ TEST(TaskFile, LoadingMergesAndStartsAfresh) {
                     "Description = d\r\n\r\nTime_Zone = a\r\n\r\n");
 }
 
+TEST(TaskFile, ARefusedVersionIsTheOneThatWasRead) {
+    VTaskData data("", true);
+    std::string text = "QXCVersion = 672\n";
+    EXPECT_FALSE(data.Deserialize(text, false));
+    EXPECT_EQ(data.GetVersion(), 672);
+}
+
+TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
+    VTaskData data("", true);
+    std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
+    EXPECT_TRUE(data.Deserialize(text, false));
+    EXPECT_FALSE(data.ParseLine("\",Files", false));
+    EXPECT_TRUE(data.ParseLine("Format = Full", false));
+    EXPECT_EQ(data.GetString(keyLogFormat, &text), 1);
+    EXPECT_EQ(text, "Full");
+}
+
 TEST(TaskFile, SideEffectsAreOnRequest) {
     VTaskData data("", true);
     unsetenv("ORACLE_HOME");
@@ -94,7 +114,7 @@ TEST(TaskFile, SideEffectsAreOnRequest) {
         std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
         EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
         EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : nullptr);
-        EXPECT_EQ(data.GetString(14, &text) == 1 ? text : "", list);
+        EXPECT_EQ(data.GetString(keyPlugins, &text) == 1 ? text : "", list);
     }
 }
 
