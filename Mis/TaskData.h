@@ -26,7 +26,7 @@ public:
     VTaskData(const std::string& fileName, bool rawMode);
     VTaskData(const VString& fileName, bool rawMode);
 
-    /// The SHA-1 of the text that Serialize gives; see txccl::Signature for who owns it. Sorts the entries.
+    /// The SHA-1 of the text that Serialize gives; see txccl::Signature for who owns it.
     unsigned char* binary_signature() override;
 
     int GetVersion() const noexcept { return m_version; }
@@ -122,7 +122,7 @@ private:
     int Put(int key, std::string_view value, bool overwrite);
     bool Fits(int key, std::string_view value) const;
     void ReportSyntaxError(const std::string& name, bool showError, const char* context);
-    std::size_t LongestText();
+    std::size_t LongestText() const;
     bool IsConverted(int key) const;
     std::string_view TypeSpec(int key) const;
 

@@ -142,7 +142,6 @@ long VTaskData::SaveToFile(std::string name) {
 
 long VTaskData::Serialize(std::string& out) {
     m_writer.Reset();
-    m_entries.Sort();
     out.clear();
     out.reserve(LongestText());
     if (!m_comment.empty()) {
@@ -157,15 +156,15 @@ long VTaskData::Serialize(std::string& out) {
     for (VTDEntry& header : headers) {
         UnparseLine(header, out);
     }
-    for (VTDEntry& entry : m_entries.All()) {
-        UnparseLine(entry, out);
+    for (VTDEntry* entry : m_entries.Sorted()) {
+        UnparseLine(*entry, out);
     }
     ClosingLine(out);
     return static_cast<long>(out.size());
 }
 
 /// Room for the whole text, so that it is never moved while it grows.
-std::size_t VTaskData::LongestText() {
+std::size_t VTaskData::LongestText() const {
     constexpr std::size_t headerLines = 1024;
     constexpr std::size_t sectionLines = 64;
     std::size_t length = headerLines + m_comment.size();

@@ -1,148 +1,107 @@
 #include "Mis/TaskEntries.h"
 
 #include <algorithm>
+#include <cassert>
+#include <span>
 #include <utility>
 
 namespace {
 
-constexpr std::size_t usualCount = 50;
-
 using Pointers = std::vector<VTDEntry*>;
 
-/// Merges two sorted runs. Unlike the standard library's algorithms, safe whatever the comparisons answer.
-void Merge(const Pointers& from, std::size_t begin, std::size_t middle, std::size_t end, Pointers& to) {
-    std::size_t left = begin;
-    std::size_t right = middle;
-    for (std::size_t i = begin; i < end; ++i) {
-        const bool takeRight = left == middle || (right < end && *from[right] < *from[left]);
-        to[i] = takeRight ? from[right++] : from[left++];
-    }
+bool IsUnnamed(const VTDEntry* entry) {
+    return entry->GetName().empty();
 }
 
-Pointers Sorted(std::vector<VTDEntry>& entries) {
-    Pointers sorted;
-    sorted.reserve(entries.size());
-    for (VTDEntry& entry : entries) {
-        sorted.push_back(&entry);
+bool IsLowerByKey(const VTDEntry* a, const VTDEntry* b) {
+    return a->GetKey() < b->GetKey();
+}
+
+bool IsLowerByName(const VTDEntry* a, const VTDEntry* b) {
+    const int order = a->GetName().compare(b->GetName());
+    return order != 0 ? order < 0 : IsLowerByKey(a, b);
+}
+
+/// Not std::merge, which wants one ordering for both.
+Pointers Merged(std::span<VTDEntry* const> unnamed, std::span<VTDEntry* const> named) {
+    Pointers merged;
+    merged.reserve(unnamed.size() + named.size());
+    while (!unnamed.empty() || !named.empty()) {
+        const bool takeNamed = unnamed.empty() || (!named.empty() && *named.front() < *unnamed.front());
+        auto& source = takeNamed ? named : unnamed;
+        merged.push_back(source.front());
+        source = source.subspan(1);
     }
-    Pointers merged(sorted.size());
-    for (std::size_t run = 1; run < sorted.size(); run *= 2) {
-        for (std::size_t begin = 0; begin < sorted.size(); begin += 2 * run) {
-            const std::size_t middle = std::min(begin + run, sorted.size());
-            Merge(sorted, begin, middle, std::min(middle + run, sorted.size()), merged);
-        }
-        sorted.swap(merged);
-    }
-    return sorted;
+    return merged;
 }
 
 } // namespace
 
 TaskEntries::TaskEntries() {
+    constexpr std::size_t usualCount = 50;
     m_entries.reserve(usualCount);
 }
 
-TaskEntries::Position TaskEntries::PositionOf(int key) const {
-    const auto index = static_cast<std::size_t>(key);
-    const bool known = key > 0 && index / blockSize < m_positions.size() && !m_positions[index / blockSize].empty();
-    return known ? m_positions[index / blockSize][index % blockSize] : none;
-}
-
-TaskEntries::Position& TaskEntries::Slot(int key) {
-    const auto index = static_cast<std::size_t>(key);
-    if (index / blockSize >= m_positions.size()) {
-        m_positions.resize(index / blockSize + 1);
-    }
-    Block& block = m_positions[index / blockSize];
-    block.resize(blockSize, none);
-    return block[index % blockSize];
-}
-
 const VTDEntry* TaskEntries::Find(int key) const {
-    const Position position = PositionOf(key);
-    return position == none ? nullptr : &m_entries[position];
+    const auto found = m_positions.find(key);
+    return found == m_positions.end() ? nullptr : &m_entries[found->second];
 }
 
 VTDEntry* TaskEntries::Find(int key) {
-    const Position position = PositionOf(key);
-    return position == none ? nullptr : &m_entries[position];
+    const auto found = m_positions.find(key);
+    return found == m_positions.end() ? nullptr : &m_entries[found->second];
 }
 
 void TaskEntries::Append(VTDEntry entry) {
-    Position& position = Slot(entry.GetKey());
-    m_entries.push_back(std::move(entry));
-    position = static_cast<Position>(m_entries.size() - 1);
+    const auto [position, added] = m_positions.emplace(entry.GetKey(), m_entries.size());
+    assert(added);
+    try {
+        m_entries.push_back(std::move(entry));
+    } catch (...) {
+        m_positions.erase(position);
+        throw;
+    }
 }
 
+/// The last entry takes the place of the erased one, so that a series of deletions stays linear.
 bool TaskEntries::Erase(int key) {
-    const Position position = PositionOf(key);
-    if (position == none) {
+    const auto found = m_positions.find(key);
+    if (found == m_positions.end()) {
         return false;
     }
-    Forget(key, position);
-    // Closing each gap at once would make a series of deletions quadratic.
-    if (m_erased.size() > usualCount && m_erased.size() > m_entries.size() / 2) {
-        Compact();
+    VTDEntry& erased = m_entries[found->second];
+    if (VTDEntry& last = m_entries.back(); &last != &erased) {
+        m_positions[last.GetKey()] = found->second;
+        erased = std::move(last);
     }
+    m_entries.pop_back();
+    m_positions.erase(found);
     return true;
 }
 
 bool TaskEntries::EraseRange(int first, int last) {
-    const std::size_t before = m_erased.size();
-    const int largest = static_cast<int>(m_positions.size() * blockSize) - 1;
-    for (int key = std::max(first, 0); key <= std::min(last, largest); ++key) {
-        if (const Position position = PositionOf(key); position != none) {
-            Forget(key, position);
-        }
-    }
-    const bool erased = m_erased.size() > before;
-    Compact();
-    return erased;
-}
-
-void TaskEntries::Forget(int key, Position position) {
-    m_erased.push_back(position);
-    Slot(key) = none;
-}
-
-void TaskEntries::Compact() {
-    if (m_erased.empty()) {
-        return;
-    }
-    std::vector<bool> gone(m_entries.size());
-    for (const Position position : m_erased) {
-        gone[position] = true;
-    }
-    std::vector<VTDEntry> kept;
-    kept.reserve(m_entries.size() - m_erased.size());
-    for (std::size_t i = 0; i < m_entries.size(); ++i) {
-        if (!gone[i]) {
-            kept.push_back(std::move(m_entries[i]));
-        }
-    }
-    m_entries = std::move(kept);
-    m_erased.clear();
+    const auto isWithin = [first, last](int key) { return first <= key && key <= last; };
+    std::erase_if(m_positions, [&](const auto& position) { return isWithin(position.first); });
+    const auto erased = std::erase_if(m_entries, [&](const VTDEntry& entry) { return isWithin(entry.GetKey()); });
     Reindex();
+    return erased > 0;
+}
+
+std::vector<VTDEntry*> TaskEntries::Sorted() {
+    Pointers entries;
+    entries.reserve(m_entries.size());
+    for (VTDEntry& entry : m_entries) {
+        entries.push_back(&entry);
+    }
+    // The files that this program writes are in order already, which a merge sort makes use of.
+    const auto named = std::partition(entries.begin(), entries.end(), IsUnnamed);
+    std::sort(entries.begin(), named, IsLowerByKey);
+    std::stable_sort(named, entries.end(), IsLowerByName);
+    return Merged({entries.begin(), named}, {named, entries.end()});
 }
 
 void TaskEntries::Reindex() {
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
-        Slot(m_entries[i].GetKey()) = static_cast<Position>(i);
+        m_positions[m_entries[i].GetKey()] = i;
     }
-}
-
-void TaskEntries::Sort() {
-    Compact();
-    std::vector<VTDEntry> sorted;
-    sorted.reserve(m_entries.size());
-    for (VTDEntry* entry : Sorted(m_entries)) {
-        sorted.push_back(std::move(*entry));
-    }
-    m_entries = std::move(sorted);
-    Reindex();
-}
-
-std::vector<VTDEntry>& TaskEntries::All() {
-    Compact();
-    return m_entries;
 }
