@@ -69,9 +69,9 @@ void WriteStack() noexcept {
 
 void ReportNotLogged(Message& message) noexcept {
     try {
-        const std::string text = message.GetString();
+        const char* text = message.GetStringBuffer();
         std::fputs("Message not logged: ", stderr);
-        std::fputs(text.c_str(), stderr);
+        std::fputs(text, stderr);
     } catch (...) {
         err_caught();
         std::fputs("Message cannot be logged\n", stderr);
@@ -96,9 +96,10 @@ StringContainer::~StringContainer() = default;
 Logger::~Logger() = default;
 
 bool Logger::s_loggingEnabled = false;
-FileLogger FileLogger::m_logger;
 Logger* Message::s_defaultLogger = nullptr;
-std::string Message::s_defaultOrigin;
+// Made before any other static object and so destroyed after it: a destructor may still log.
+[[gnu::init_priority(101)]] FileLogger FileLogger::m_logger;
+[[gnu::init_priority(101)]] std::string Message::s_defaultOrigin;
 
 bool Logger::Log(std::string* /*text*/, MessageSeverity severity) {
     return s_loggingEnabled && severity >= m_minSeverity;

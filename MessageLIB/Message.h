@@ -96,6 +96,12 @@ public:
     /// The XML element alone.
     std::string GetStringForMessageParam() override;
 
+    /// The element and its parts. The parts for parameters and causes are empty when there are none.
+    std::string CreateMessageElement() const;
+    std::string CreateMessageHeader() const;
+    std::string CreateParameterElement() const;
+    std::string CreateChildMsgElement() const;
+
     int GetID() const noexcept { return m_id; }
     const std::string& GetComponent() const noexcept { return m_component; }
     MessageSeverity GetSeverity() const noexcept { return m_severity; }
@@ -139,11 +145,6 @@ private:
 
     Message(int id, const std::string& component, MessageSeverity severity, Parameters parameters);
     static void LogNew(int id, const std::string& component, MessageSeverity severity, Parameters parameters) noexcept;
-
-    std::string CreateMessageElement() const;
-    std::string CreateMessageHeader() const;
-    std::string CreateParameterElement() const;
-    std::string CreateChildMsgElement() const;
 
     int m_id;
     std::string m_origin;

@@ -35,6 +35,7 @@ std::string dat_longForm(const std::tm* time, int hundredths) {
 std::string dat_localNow() {
     timeval now = {};
     std::tm local = {};
+    tzset(); // localtime_r need not look whether TZ has changed
     if (gettimeofday(&now, nullptr) != 0 || localtime_r(&now.tv_sec, &local) == nullptr) {
         return std::string(dat_invalidTime);
     }

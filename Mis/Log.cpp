@@ -11,6 +11,7 @@
 #include <cctype>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/time.h>
@@ -21,8 +22,9 @@ using I18NMessage::Logger;
 using I18NMessage::Message;
 
 std::FILE* logfp = nullptr;
-std::string lastLogPath;
-std::string lastLogName;
+// Made before any other static object and so destroyed after it: a destructor may still log.
+[[gnu::init_priority(101)]] std::string lastLogPath;
+[[gnu::init_priority(101)]] std::string lastLogName;
 int maxLogFileSize = 32768;
 int nLogFiles = 4;
 int currLogFileNo = 0;
@@ -36,13 +38,25 @@ namespace {
 
 constexpr int modeTruncate = 1;
 
-/// lastLogPath and lastLogName outlive the numbered log that set them, so they do not tell.
-bool openLogIsNumbered = false;
+/// The log that batutil_LogOpen opened in the plain mode. lastLogPath and lastLogName stay set after a numbered log is
+/// closed, so they cannot say whether the open log is numbered.
+std::FILE* plainLog = nullptr;
 
-/// Makes `block` the one of the open log and frees the one before. Not freed at the end of the process, when others may
-/// still report.
-void SetBlock(std::unique_ptr<logblk> block) noexcept {
-    const std::unique_ptr<logblk> previous(std::exchange(g_logopt.block, block.release()));
+/// All blocks since the last close: a copy of g_logopt may point to any of them. Behind a plain pointer, as others may
+/// still report when the process ends.
+std::vector<std::unique_ptr<logblk>>* blocks = nullptr;
+
+void AddBlock(std::unique_ptr<logblk> block) {
+    if (blocks == nullptr) {
+        blocks = new std::vector<std::unique_ptr<logblk>>;
+    }
+    blocks->push_back(std::move(block));
+    g_logopt.block = blocks->back().get();
+}
+
+void FreeBlocks() noexcept {
+    g_logopt.block = nullptr;
+    delete std::exchange(blocks, nullptr);
 }
 
 void ApplyAccess(const OutputFile& output) {
@@ -165,9 +179,9 @@ bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered)
     if (block == nullptr) {
         return false;
     }
-    logfp = block->fp;
-    openLogIsNumbered = numbered;
-    SetBlock(std::move(block));
+    AddBlock(std::move(block));
+    logfp = g_logopt.block->fp;
+    plainLog = numbered ? nullptr : logfp;
     ReportHere();
     if (!bAtLeastOneOpen) {
         LogVersion();
@@ -183,7 +197,8 @@ void batutil_LogClose() {
         std::fclose(logfp);
         logfp = nullptr;
     }
-    SetBlock(nullptr);
+    plainLog = nullptr;
+    FreeBlocks();
     bAtLeastOneOpen = false;
 }
 
@@ -198,7 +213,7 @@ void batutil_CheckLogSize() {
         return;
     }
     std::fflush(logfp);
-    if (!openLogIsNumbered || (lastLogPath.empty() && lastLogName.empty())) {
+    if (logfp == plainLog || (lastLogPath.empty() && lastLogName.empty())) {
         return;
     }
     if (ftello(logfp) <= maxLogFileSize) {

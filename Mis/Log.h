@@ -27,7 +27,7 @@ struct logopt {
     int word;             ///< zero: a line without a block goes to the console
     const char* identity; ///< unless null, lines are cut to 1022 characters
     bool console;         ///< every line goes to the console
-    logblk* block;        ///< of g_logopt: made by batutil_LogOpen, freed by batutil_LogClose
+    logblk* block;        ///< of g_logopt: made by batutil_LogOpen, valid until batutil_LogClose
 };
 
 extern std::FILE* logfp; ///< null when no run log is open
@@ -62,7 +62,8 @@ void batutil_LogClose();
 /// Writes out what is buffered.
 void batutil_FlushLog();
 
-/// Flushes; a numbered log above maxLogFileSize goes on in the next file of its ring.
+/// Flushes. A log above maxLogFileSize goes on in the next file of the ring of lastLogPath and lastLogName, unless both
+/// are empty or batutil_LogOpen opened it in the plain mode.
 void batutil_CheckLogSize();
 
 /// The file of the ring to write next. An old one that is to be reused is deleted.

@@ -110,9 +110,9 @@ public:
     /// Appends the lines that close all open sections.
     void ClosingLine(std::string& out);
 
-private:
     static bool extensionLoaded; ///< the plug-in list of this process has been handed over
 
+private:
     bool DeserializeText(std::string_view text, bool applySideEffects);
     bool ParseAll(std::string_view text, bool applySideEffects);
     bool Parse(std::string_view line, bool applySideEffects);

@@ -45,6 +45,15 @@ std::unique_ptr<Message> MakeMessage(long module, int number) {
 
 VError::VError() = default;
 
+VError::VError(const VError& other) : VObject(other) {
+    VError::CopyFrom(const_cast<VError*>(&other));
+}
+
+VError& VError::operator=(const VError& other) {
+    CopyFrom(const_cast<VError*>(&other));
+    return *this;
+}
+
 VError::~VError() = default;
 
 bool VError::IsError() {
@@ -141,7 +150,7 @@ VI18NError::VI18NError(long module, int number, S severity, P p1, P p2, P p3) : 
 }
 
 VI18NError& VI18NError::operator=(const VI18NError& other) {
-    CopyFrom(const_cast<VI18NError*>(&other));
+    VError::operator=(other);
     return *this;
 }
 
@@ -155,7 +164,7 @@ void VI18NError::LogShow() {
     if (m_message == nullptr) {
         return;
     }
-    m_message->Log(nullptr);
+    I18NMessage::log_if_set(nullptr, *m_message);
     if (VError* cause = GetChildError(); cause != nullptr) {
         LogCause(*cause);
     }

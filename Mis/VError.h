@@ -14,8 +14,10 @@ struct logopt;
 class VError : public VObject {
 public:
     VError();
-    VError(const VError&) = delete;
-    VError& operator=(const VError&) = delete;
+    /// A copy has a cause of its own, made by Clone.
+    VError(const VError& other);
+    /// By CopyFrom of the object's own class.
+    VError& operator=(const VError& other);
     ~VError() override;
 
     virtual bool IsError();
@@ -72,7 +74,7 @@ public:
     ~VI18NError() override;
 
     bool IsError() override;
-    /// Logs the record and then its chain of causes to the default logger.
+    /// Logs the record and then its chain of causes to the default logger, as log_if_set does.
     void LogShow();
     /// The same with another severity, which the record keeps.
     void LogShow(S severity);

@@ -5,27 +5,51 @@
 #include <algorithm>
 #include <climits>
 #include <numeric>
+#include <optional>
 #include <random>
 #include <vector>
 
 namespace {
 
-/// The values of the keys, each after "="; nothing for a key without an entry.
-std::string Values(const VTaskData& data, std::initializer_list<int> keys) {
-    std::string values;
-    for (const int key : keys) {
-        std::string value = "left from before";
-        values += (data.GetString(key, &value) == 1 ? "=" : "") + value;
+constexpr int keyTimeZone = 102;
+constexpr int keyDiagnostics = 103;  // #B
+constexpr int keyPassword = 104;     // #P
+constexpr int keyOperatorMode = 106; // /Console/Remote
+constexpr int keyPriority = 107;     // #N
+constexpr int keyDescription = 213;
+constexpr int keyLogDetail = 402; // /None/Files/Directories/Summary
+constexpr int keyInclude = 1003;  // #R
+constexpr int keyOracleType = 1202;
+constexpr int keyPluginHeader = 13100;
+constexpr int keyPluginCode = 13110;
+constexpr int keyBiosType = 20400;
+constexpr int keySoftwareOs = 23100;
+constexpr int keyStockPart = 81000;
+
+/// The value of a key, nothing when it has no entry.
+std::optional<std::string> Value(const VTaskData& data, int key) {
+    std::string value = "left from before";
+    if (data.GetString(key, &value) == 1) {
+        return value;
     }
-    return values;
+    EXPECT_EQ(value, "") << "the text for a missing key is cleared";
+    return std::nullopt;
 }
 
 TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
-    for (const auto& [lower, higher] : {std::pair(604, 603), {13122, 13113}, {213, 20401}, {20402, 81000}}) {
+    // clang-format off
+    const std::tuple<const char*, int, int> cases[] = {
+        {"by name against the keys", 604, 603},                 {"by name with an index", 13122, 13113},
+        {"the second has no name", keyDescription, keyBiosType + 1}, {"neither has one", keyBiosType + 1, keyBiosType + 2},
+        {"the first has no name", keyBiosType + 2, keyStockPart},
+    };
+    // clang-format on
+    for (const auto& [name, lower, higher] : cases) {
         const VTDEntry a(lower, "", 671, 1);
         const VTDEntry b(higher, "", 671, 1);
-        EXPECT_TRUE(a < b && b > a && !(a > b) && !(b < a) && !(a == b)) << lower;
-        EXPECT_TRUE(a.Compare(&b) == -1 && b.Compare(&a) == 1 && a.Compare(&a) == 0 && a == a) << lower;
+        EXPECT_EQ(std::tuple(a<b, b> a, a == a), std::tuple(true, true, true)) << name;
+        EXPECT_EQ(std::tuple(b<a, a> b, a == b), std::tuple(false, false, false)) << name;
+        EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
     }
 }
 
@@ -60,66 +84,136 @@ TEST(TaskData, AnIndexTooLongForANumberIsTheLargest) {
     EXPECT_EQ(index, INT_MAX);
 }
 
-TEST(TaskData, StoresReplacesAndDeletes) {
+TEST(TaskData, AddsAndReplacesValues) {
     for (const bool raw : {true, false}) {
+        SCOPED_TRACE(raw ? "raw" : "converted");
         VTaskData data("", raw);
-        EXPECT_EQ(data.SetString(213, "  x  ", true) + data.SetString(102, std::string("UTC"), false), 2);
-        EXPECT_EQ(data.SetString(213, "y", false) + data.SetRaw(213, "y", false), 0);
-        EXPECT_EQ(Values(data, {213, 102, 101}), "=x=UTC");
-        EXPECT_EQ(data.SetString(213, VString("  y  "), true) + data.SetString(102, "", true), 2);
-        EXPECT_EQ(Values(data, {213, 102}), "=  y  =");
-        EXPECT_EQ(data.SetRaw(13111, "a", true) + data.SetRaw(13112, "b", true) + data.SetRaw(13117, "c", true), 3);
-        for (const int deleted : {1, 0}) {
-            EXPECT_EQ(data.DeleteKey(213) + data.DeleteKey(13112, 13117), deleted * 2);
-            EXPECT_EQ(Values(data, {102, 213, 13111, 13112, 13117}), "==a");
+        EXPECT_EQ(data.SetString(keyDescription, "  x  ", true), 1);
+        EXPECT_EQ(Value(data, keyDescription), "x") << "a new value is cropped";
+        EXPECT_EQ(data.SetString(keyDescription, std::string("y"), false), 0);
+        EXPECT_EQ(data.SetRaw(keyDescription, "y", false), 0);
+        EXPECT_EQ(Value(data, keyDescription), "x");
+        EXPECT_EQ(data.SetString(keyDescription, VString(" y\xE9 "), true), 1) << "a value that replaces is kept whole";
+
+        for (const auto& [key, value] : {std::pair(keyDescription, " y\xE9 "), {keyTimeZone, ""}}) {
+            VString text = "z";
+            char buffer[] = "left from before";
+            EXPECT_EQ(data.GetString(key, &text), *value != 0 ? 1 : 0);
+            EXPECT_EQ(data.GetString(key, buffer), *value != 0 ? 1 : 0);
+            EXPECT_STREQ(text, value);
+            EXPECT_STREQ(buffer, value);
         }
-        EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
-        EXPECT_EQ(Values(data, {102, 13111}), "");
     }
+}
+
+TEST(TaskData, DeletesOneKeyOrARange) {
+    VTaskData data("", true);
+    for (const int key : {keyDescription, keyPluginCode + 1, keyPluginCode + 2, keyPluginCode + 7}) {
+        ASSERT_EQ(data.SetRaw(key, "x", true), 1);
+    }
+    for (const int deleted : {1, 0}) {
+        EXPECT_EQ(data.DeleteKey(keyDescription), deleted);
+        EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), deleted);
+    }
+    EXPECT_EQ(Value(data, keyPluginCode + 1), "x");
+    EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
+    EXPECT_EQ(Value(data, keyPluginCode + 1), std::nullopt);
+    EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
 }
 
 void ExpectFits(bool fits, std::initializer_list<int> keys, std::initializer_list<const char*> values) {
     VTaskData data("", true);
     for (const int key : keys) {
         for (const char* value : values) {
-            EXPECT_EQ(data.IsValidEntry(key, value) + data.SetRaw(key, value, true), fits ? 2 : 0) << key << value;
+            EXPECT_EQ(data.IsValidEntry(key, value), fits) << key << ' ' << value;
+            EXPECT_EQ(data.SetRaw(key, value, true), fits ? 1 : 0) << key << ' ' << value;
         }
     }
 }
 
 TEST(TaskData, TakesOnlyValuesOfTheKeysKind) {
-    ExpectFits(true, {103}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "e/fa", "/", "yes/no"});
-    ExpectFits(false, {103}, {"maybe", "2", "01", " yes", "no/yes"});
-    ExpectFits(true, {107}, {"", "0", "007", "99999999999999999999"});
-    ExpectFits(false, {107}, {"-5", "+5", "1.5", " 5", "5 ", "0x1", "1,2"});
-    ExpectFits(true, {213, 104, 1003, 14}, {"", "x = { } // \"-\"", "\xff"});
-    ExpectFits(true, {106}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"});
-    ExpectFits(false, {106, 1202}, {"", "Con", "Consoles", "/Console", "Console,", ",Console", "logs", "Full, Full"});
-    ExpectFits(false, {100, 13103, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
+    ExpectFits(true, {keyDiagnostics}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "e/fa", "/", "yes/no"});
+    ExpectFits(false, {keyDiagnostics}, {"maybe", "2", "01", " yes", "no/yes"});
+    ExpectFits(true, {keyPriority}, {"", "0", "007", "99999999999999999999"});
+    ExpectFits(false, {keyPriority}, {"-5", "+5", "1.5", " 5", "5 ", "0x1", "1,2"});
+    ExpectFits(true, {keyDescription, keyPassword, keyInclude}, {"", "x = { } // \"-\"", "\xff"});
+    ExpectFits(true, {keyOperatorMode}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"});
+    ExpectFits(false, {keyOperatorMode, keyOracleType},
+               {"", "Con", "Consoles", "/Console", "Console,", ",Console", "logs", "Full, Full"});
+    ExpectFits(false, {100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
 }
 
-TEST(TaskData, HasTypedValues) {
+TEST(TaskData, BooleansAreWordsToTheGetter) {
+    const std::tuple<const char*, int, bool> cases[] = {{"yes", 1, true},    {"TRUE", 1, true}, {"no", 1, false},
+                                                        {"False", 1, false}, {"1", 0, true},    {"rue", 0, true}};
     VTaskData data("", true);
-    bool flag = false;
-    int number = 0;
-    int index = 0;
-    unsigned mask = 0;
-    EXPECT_EQ(data.SetBool(103, true, true) + data.SetNumeric(107, 42, true) + data.SetEnum(106, 1, true), 3);
-    EXPECT_EQ(data.SetMask(402, 0b1010, true) + data.SetPassword(104, "p", true), 2);
-    EXPECT_EQ(data.SetMask(402, 0b10000, true) + data.SetPassword(213, "p", true), 0);
-    EXPECT_EQ(data.SetBool(103, false, false) + data.SetNumeric(107, -1, true) + data.SetEnum(106, 2, true), 0);
-    EXPECT_EQ(Values(data, {103, 107, 106, 402, 104}), "=True=42=Remote=Files,Summary=p");
-    EXPECT_EQ(data.GetBool(103, &flag) + data.GetNumeric(107, &number), 2);
-    EXPECT_EQ(data.GetEnum(106, &index) + data.GetMask(402, &mask), 2);
-    EXPECT_EQ(std::tuple(flag, number, index, mask), std::tuple(true, 42, 1, 0b1010U));
+    for (const auto& [text, result, value] : cases) {
+        bool flag = true;
+        EXPECT_EQ(data.SetString(keyDiagnostics, text, true), 1) << text;
+        EXPECT_EQ(data.GetBool(keyDiagnostics, &flag), result) << text;
+        EXPECT_EQ(flag, value) << text;
+    }
+    for (const bool value : {true, false}) {
+        EXPECT_EQ(data.SetBool(keyDiagnostics, value, true), 1);
+        EXPECT_EQ(Value(data, keyDiagnostics), value ? "True" : "False");
+    }
+}
+
+TEST(TaskData, NumbersAreDigits) {
+    VTaskData data("", true);
+    EXPECT_EQ(data.SetNumeric(keyPriority, -1, true), 0);
+    EXPECT_EQ(data.SetNumeric(keyPriority, 42, true), 1);
+    EXPECT_EQ(Value(data, keyPriority), "42");
+    for (const auto& [text, number] : {std::pair("042", 42), {"99999999999", INT_MAX}}) {
+        int found = 0;
+        data.SetString(keyPriority, text, true);
+        EXPECT_EQ(data.GetNumeric(keyPriority, &found), 1) << text;
+        EXPECT_EQ(found, number);
+    }
+    int kept = 7;
+    data.SetString(keyDescription, "4x", true);
+    EXPECT_EQ(data.GetNumeric(keyDescription, &kept), 0);
+    EXPECT_EQ(kept, 7);
+}
+
+TEST(TaskData, NamesOfARowHaveAnIndexAndABit) {
+    VTaskData data("", true);
+    int index = 7;
+    unsigned mask = 7;
+    for (const int unknown : {-1, 2}) {
+        EXPECT_EQ(data.SetEnum(keyOperatorMode, unknown, true), 0);
+    }
+    EXPECT_EQ(data.GetEnum(keyOperatorMode, &index), 0);
+    EXPECT_EQ(data.SetEnum(keyOperatorMode, 1, true), 1);
+    EXPECT_EQ(Value(data, keyOperatorMode), "Remote");
+    EXPECT_EQ(data.GetEnum(keyOperatorMode, &index), 1);
+    EXPECT_EQ(index, 1);
+    EXPECT_EQ(data.SetMask(keyLogDetail, 0b10000, true), 0) << "there are four names";
+    EXPECT_EQ(data.GetMask(keyLogDetail, &mask), 0);
+    for (const auto& [bits, names] : {std::pair(0b0001U, "None"), {0b1010U, "Files,Summary"}}) {
+        EXPECT_EQ(data.SetMask(keyLogDetail, bits, true), 1);
+        EXPECT_EQ(Value(data, keyLogDetail), names);
+        EXPECT_EQ(data.GetMask(keyLogDetail, &mask), 1);
+        EXPECT_EQ(mask, bits);
+    }
+}
+
+TEST(TaskData, PasswordsAreThoseOfPasswordKeys) {
+    VTaskData data("", true);
+    for (const auto& [key, result] : {std::pair(keyDescription, 0), {keyPassword, 1}}) {
+        std::string password = "left from before";
+        EXPECT_EQ(data.SetPassword(key, "p", true), result);
+        data.SetString(key, "p", true);
+        EXPECT_EQ(data.GetPassword(key, &password), result);
+        EXPECT_EQ(password, result == 1 ? "p" : "");
+    }
 }
 
 // Entries without names compare by number with all others, in which three can compare in a circle.
 TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
-    constexpr int keyInACircle[] = {63552, 20410, 212};
-    std::vector<int> keys(std::begin(keyInACircle), std::end(keyInACircle));
+    std::vector<int> keys = {63552, keyBiosType + 10, 212};
     for (int i = 1; i < 100; ++i) {
-        keys.insert(keys.end(), {20400 + i, 23100 + i, 81000 + i});
+        keys.insert(keys.end(), {keyBiosType + i, keySoftwareOs + i, keyStockPart + i});
     }
     std::string texts[3];
     for (std::string& text : texts) {
@@ -136,7 +230,7 @@ TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
     EXPECT_EQ(texts[1], texts[0]);
     EXPECT_EQ(texts[2], texts[0]);
     for (const int key : keys) {
-        const bool named = key < 20400 || key > 23200;
+        const bool named = key < keyBiosType || key > keySoftwareOs + 100;
         const std::string line = (named ? " = <" : "\n<") + std::to_string(key) + "\r\n";
         EXPECT_NE(texts[0].find(line), std::string::npos) << key;
     }
@@ -145,11 +239,14 @@ TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
 TEST(Signature, IsTheSha1OfWhatTaskDataWouldWrite) {
     EXPECT_EQ(txccl::Signature::of("abc"), "a9993e364706816aba3e25717850c26c9cd0d89d");
     VTaskData data("file.qxc", true);
-    EXPECT_EQ(data.SetString(213, "x", true) + data.SetString(10010, "y", true) + data.SetComment("// z"), 3);
+    EXPECT_EQ(data.SetString(keyDescription, "x", true), 1);
+    const std::string before = txccl::Signature::of(&data);
+    EXPECT_EQ(data.SetComment("// z"), 1);
     const std::string signature = txccl::Signature::of(&data);
     std::string text;
     data.Serialize(text);
     EXPECT_EQ(signature, txccl::Signature::of(text));
+    EXPECT_NE(signature, before) << "the comment counts";
 }
 
 } // namespace
