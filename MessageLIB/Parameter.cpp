@@ -30,14 +30,14 @@ std::size_t CharacterLength(std::string_view text) noexcept {
     return code < shortest[length] || surrogate || noCharacter ? 0 : length;
 }
 
-/// What stands for `c` in XML, or an empty text when it stands for itself.
+/// What stands for `c` in XML; an empty text leaves that to CharacterLength.
 std::string_view Reference(char c, bool attribute) noexcept {
     switch (c) {
     case '&': return "&amp;";
     case '<': return "&lt;";
     case '>': return "&gt;";
     case '"': return attribute ? "&quot;" : "";
-    case '\t': return "&#9;";
+    case '\t': return attribute ? "&#9;" : "\t";
     case '\n': return "&#10;";
     case '\r': return "&#13;";
     default: return "";
@@ -70,7 +70,7 @@ Parameter::Parameter(const char* text) : m_value(text == nullptr ? "" : text) {}
 
 Parameter::Parameter(int number) : Parameter(static_cast<long>(number)) {}
 
-Parameter::Parameter(unsigned number) : Parameter(static_cast<long>(number)) {}
+Parameter::Parameter(unsigned number) : m_type(ParameterNumber), m_value(std::to_string(number)) {}
 
 Parameter::Parameter(long number) : m_type(ParameterNumber), m_value(std::to_string(number)) {}
 

@@ -19,8 +19,8 @@ inline constexpr std::string_view tag_message_list = "MS";
 inline constexpr std::string_view attr_type = "T";
 
 /// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line
-/// of well-formed XML whatever the bytes: line ends and tabs become references, other control characters and
-/// bytes that are no UTF-8 become "?".
+/// of well-formed XML whatever the bytes: line ends become references, and in an attribute tabs do, since a parser
+/// would give them back as blanks. Other control characters and bytes that are no UTF-8 become "?".
 std::string EscapeXml(std::string_view text, bool attribute);
 
 /// How a parameter's value is to be read; written as its number.

@@ -140,10 +140,11 @@ void VBinaryStream::Flush() {
     m_direction = Direction::none;
 }
 
-/// C streams need a seek between writing and reading; this one seeks by zero.
+/// C streams need a seek between writing and reading; seek by zero. It writes out what is buffered, and only then finds
+/// that a FIFO has no position.
 void VBinaryStream::Turn(Direction direction) {
     if (m_direction != Direction::none && m_direction != direction) {
-        NoteWrite(fseeko(m_file, 0, SEEK_CUR) == 0);
+        NoteWrite(fseeko(m_file, 0, SEEK_CUR) == 0 || errno == ESPIPE);
     }
     m_direction = direction;
 }
@@ -160,7 +161,7 @@ unsigned VBinaryStream::ReadRawData(unsigned char* buffer, unsigned count) {
         return 0;
     }
     Turn(Direction::read);
-    return static_cast<unsigned>(std::fread(buffer, 1, count, m_file));
+    return count == 0 ? 0 : static_cast<unsigned>(std::fread(buffer, 1, count, m_file));
 }
 
 unsigned VBinaryStream::WriteRawData(unsigned char* buffer, unsigned count) {
@@ -168,7 +169,7 @@ unsigned VBinaryStream::WriteRawData(unsigned char* buffer, unsigned count) {
         return 0;
     }
     Turn(Direction::write);
-    const auto written = static_cast<unsigned>(std::fwrite(buffer, 1, count, m_file));
+    const auto written = count == 0 ? 0 : static_cast<unsigned>(std::fwrite(buffer, 1, count, m_file));
     NoteWrite(written == count);
     return written;
 }

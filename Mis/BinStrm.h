@@ -12,7 +12,7 @@
 /// error of the caller.
 class VBinaryStream {
 public:
-    enum AccessMode {
+    enum AccessMode : int {
         ReadMode = 0,
         WriteMode = 1,  ///< creates or truncates
         UpdateMode = 2, ///< reads and writes, creating the file when absent
@@ -40,7 +40,8 @@ public:
     /// Throws 4152, whose cause is the system's error, when this or an earlier write failed.
     void Flush();
 
-    /// Return: the bytes moved, fewer than `count` at the end of the file and after an error; 0 when closed.
+    /// Returns: the bytes moved, fewer than `count` at the end of the file and after an error; 0 when closed. `buffer`
+    /// may be null when `count` is 0.
     unsigned ReadRawData(unsigned char* buffer, unsigned count);
     unsigned WriteRawData(unsigned char* buffer, unsigned count);
 

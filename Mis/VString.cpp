@@ -39,9 +39,9 @@ bool IsValidString(const char* text) noexcept {
 }
 
 int Length(const char* text) {
-    const std::size_t length = std::strlen(text);
-    assert(length <= (2147483647 - 1));
-    return static_cast<int>(length);
+    const std::size_t nLen = std::strlen(text);
+    assert(nLen <= (2147483647 - 1));
+    return static_cast<int>(nLen);
 }
 
 /// White space as isspace sees a sign-extended byte: bytes from 0x80 up are none.
@@ -178,6 +178,7 @@ void VString::ReleaseBuffer(int nNewLength) {
     if (nNewLength == -1) {
         nNewLength = Length(m_pchData);
     }
+    assert(nNewLength >= 0);
     assert(nNewLength <= GetData()->nAllocLength);
     SetLength(nNewLength);
     FreeExtra();
@@ -279,7 +280,7 @@ VStringData* VString::NewBlock(int nLen) {
     const std::size_t bytes = static_cast<std::size_t>(nLen) + blockOverhead;
     char* memory = new (std::nothrow) char[bytes];
     if (memory == nullptr) {
-        err_throw<VError>(err_make(msgOutOfMemory, static_cast<long>(bytes)));
+        err_throw<VError>(err_make(msgOutOfMemory, static_cast<unsigned>(bytes)));
     }
     auto* pData = new (memory) VStringData{1, nLen, nLen};
     pData->Characters()[nLen] = '\0';
@@ -354,12 +355,12 @@ void VString::AssignCopy(int nSrcLen, const char* src) {
 }
 
 void VString::ConcatCopy(int n1, const char* s1, int n2, const char* s2) {
-    const long long nNewLen = static_cast<long long>(n1) + n2;
-    if (nNewLen == 0) {
+    const long long nLen = static_cast<long long>(n1) + n2;
+    if (nLen == 0) {
         return;
     }
-    assert(nNewLen <= (2147483647 - 1));
-    AllocBuffer(static_cast<int>(nNewLen));
+    assert(nLen <= (2147483647 - 1));
+    AllocBuffer(static_cast<int>(nLen));
     std::memcpy(m_pchData, s1, static_cast<std::size_t>(n1));
     std::memcpy(m_pchData + n1, s2, static_cast<std::size_t>(n2));
 }

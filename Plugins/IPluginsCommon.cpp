@@ -113,7 +113,11 @@ Plugins::PluginCode_ string2code(const VString& name) {
 }
 
 Plugins::PluginCode_ string2code(const std::string& name) {
-    return string2code(VString(name.c_str()));
+    return string2code(name.c_str());
+}
+
+Plugins::PluginCode_ string2code(const char* name) {
+    return string2code(VString(name));
 }
 
 VString string2pluginName(const VString& name) {
@@ -121,11 +125,27 @@ VString string2pluginName(const VString& name) {
     return Plugins::plugin_description[row];
 }
 
+VString string2pluginName(const std::string& name) {
+    return string2pluginName(name.c_str());
+}
+
+VString string2pluginName(const char* name) {
+    return string2pluginName(VString(name));
+}
+
 VString string2dllName(const VString& name) {
     if (IsAlias(name)) {
         return Plugins::oracle_8i_solaris_dll;
     }
     return Plugins::dll_names[FindRow(name)];
+}
+
+VString string2dllName(const std::string& name) {
+    return string2dllName(name.c_str());
+}
+
+VString string2dllName(const char* name) {
+    return string2dllName(VString(name));
 }
 
 IPlugins* IPlugins::instance() {

@@ -39,10 +39,17 @@ extern const char* const oracle_8i_solaris_dll;
 } // namespace Plugins
 
 /// The code of a name in any letter case, UNDEFINED for an unknown one. The alias counts only in upper case, unlike in
-/// the two lookups below.
+/// the lookups below.
 Plugins::PluginCode_ string2code(const VString& name);
 Plugins::PluginCode_ string2code(const std::string& name);
+Plugins::PluginCode_ string2code(const char* name);
 
-/// The description, and the file name of the library, of a name in any letter case; empty when there is none.
+/// The description of a name in any letter case; empty when there is none.
 VString string2pluginName(const VString& name);
+VString string2pluginName(const std::string& name);
+VString string2pluginName(const char* name);
+
+/// The file name of the library of a name in any letter case; empty when there is none.
 VString string2dllName(const VString& name);
+VString string2dllName(const std::string& name);
+VString string2dllName(const char* name);

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 namespace {
 
 using namespace I18NMessage;
@@ -23,9 +25,10 @@ TEST(Message, HeadersHoldWhatIsSet) {
     const std::string common = " S=\"W\" " + moment;
     const std::tuple<const char*, const char*, const char*, const char*, std::string> cases[] = {
         {"", "", "", "", common},
+        {"o", "", "", "", " O=\"o\"" + common},
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
-        {"<\"", "c", "u", "&", " O=\"&lt;&quot;\" C=\"c\"" + common + " U=\"u\" F=\"&amp;\""},
+        {"<\"\t", "c", "u", "&", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"u\" F=\"&amp;\""},
     };
     for (const auto& [origin, component, user, function, attributes] : cases) {
         Message message = At(Message(7, component, SeverityWarning));
@@ -38,8 +41,8 @@ TEST(Message, HeadersHoldWhatIsSet) {
 
 TEST(Message, ParametersAndCausesStandInside) {
     const std::string head = "<M ID=\"1\" S=\"I\" " + moment + "><PS>";
-    Message inner = At(Message(1, "", static_cast<MessageSeverity>(7), "a\"b\r\n<&>\t\x01\xFF\xC3\xA9"));
-    const std::string xml = head + "<P T=\"0\">a\"b&#13;&#10;&lt;&amp;&gt;&#9;??\xC3\xA9</P></PS></M>";
+    Message inner = At(Message(1, "", static_cast<MessageSeverity>(7), "\ta\"b\r\n<&>\x01\xBF\xBF\xC3\xA9"));
+    const std::string xml = head + "<P T=\"0\">\ta\"b&#13;&#10;&lt;&amp;&gt;???\xC3\xA9</P></PS></M>";
     Message outer = At(Message(1, "", SeverityInformational, -3, 4000000000U));
     outer.InsertParameter(1, new MessageParameter(inner));
     outer.InsertParameter(99, new Parameter(static_cast<const char*>(nullptr)));
@@ -48,38 +51,143 @@ TEST(Message, ParametersAndCausesStandInside) {
                                      "<P T=\"0\"></P></PS><MS>" + xml + "</MS></M>\n");
 }
 
-struct Failing : Logger {
+TEST(Message, SeveritiesHaveLetters) {
+    for (const auto& [letter, severity] : {std::pair('D', SeverityDebug),
+                                           {'I', SeverityInformational},
+                                           {'W', SeverityWarning},
+                                           {'E', SeverityError},
+                                           {'F', SeverityFatal},
+                                           {'S', SeveritySixth}}) {
+        const char text[] = {letter, 'x', '\0'};
+        EXPECT_EQ(Message::ToSeverityChar(severity), letter);
+        EXPECT_EQ(Message::FromSeverityChar(letter), severity);
+        EXPECT_EQ(Message::FromSeverityChar(text), severity);
+    }
+    for (const char* unknown : {"x", "e", "", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(Message::FromSeverityChar(unknown), SeverityInformational);
+    }
+    EXPECT_EQ(Message::ToSeverityChar(static_cast<MessageSeverity>(-1)), 'I');
+}
+
+/// Answers failure, and throws for a fatal record.
+struct FailingLogger : Logger {
     bool Log(std::string*, MessageSeverity severity) override {
         return severity == SeverityFatal ? throw static_cast<VError*>(new VI18NError()) : false;
     }
 };
 
+/// Has a text of its own in the buffer that is logged.
+struct Buffered : Message {
+    using Message::Message;
+    const char* GetStringBuffer() override { return "from the buffer\n"; }
+};
+
 TEST(Message, OnlyFailuresAreReportedOnStandardError) {
-    Failing failing;
+    FailingLogger failing;
     FileLogger dropping;
     for (const MessageSeverity severity : {SeverityError, SeverityFatal}) {
-        Message message(7, "UTIL", severity);
+        Buffered message(7, "UTIL", severity);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(log_if_set(&dropping, message) - log_if_set(&failing, message), 1);
+        EXPECT_EQ(log_if_set(&dropping, message), 1);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(log_if_set(&failing, message), 0);
         EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                    testing::StartsWith("Message not logged: " + message.GetString() + "Stack: "));
+                    testing::StartsWith("Message not logged: from the buffer\nStack: "));
     }
 }
 
-TEST(Error, ShowsItsChainOfCauses) {
-    const TempDir dir;
-    batutil_LogOpen((dir / "").c_str(), "log", 1, false);
+TEST(Error, LetsNoExceptionOfALoggerOut) {
+    FailingLogger failing;
+    Logger* const before = std::exchange(Message::s_defaultLogger, &failing);
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(VI18NError(60, 7948, SeverityFatal).LogShow());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Message not logged: <M ID=\"7948\""));
+    Message::s_defaultLogger = before;
+}
+
+/// An error that is no message record.
+struct PlainError : VError {
+    void LogShow(logopt*, VString) override {}
+    VError* Clone() override { return new PlainError(*this); }
+};
+
+TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
+    PlainError error;
+    EXPECT_FALSE(error.IsError());
+    error.SetError(60, 0, 7U);
+    EXPECT_TRUE(error.IsError()) << "detail";
+    for (const auto& [text, isError] : {std::pair("x", true), {"", false}, {"\x80", false}}) {
+        error.SetError(60, 0, VString(text));
+        EXPECT_EQ(error.IsError(), isError) << text;
+    }
+    error.SetError(60, 7948, 0U);
+    EXPECT_TRUE(error.IsError()) << "value";
+    EXPECT_EQ(error.GetErrVal(), 7948);
+}
+
+TEST(Error, IsCopiedWithItsCause) {
+    PlainError error;
+    error.SetError(60, 7948, VString("text"));
+    error.SetChildError(new VI18NError(55, 4096));
+    PlainError assigned;
+    assigned = error;
+    const std::unique_ptr<VError> clone(error.Clone());
+    for (const VError* copy : {clone.get(), static_cast<VError*>(&assigned)}) {
+        EXPECT_EQ(copy->GetModule(), 60);
+        EXPECT_EQ(copy->GetDetail().GetValue(), "text");
+        EXPECT_NE(copy->GetChildError(), error.GetChildError());
+        EXPECT_EQ(dynamic_cast<VI18NError&>(*copy->GetChildError()).what(), "BSTR-E-4096");
+    }
+}
+
+class ErrorLog : public testing::Test {
+protected:
+    ErrorLog() { batutil_LogOpen((m_dir / "").c_str(), "log", 1, false); }
+    ~ErrorLog() override { batutil_LogClose(); }
+    /// What was logged behind the version.
+    std::vector<std::string> Lines() const {
+        std::vector<std::string> lines = Records(ReadFile(m_dir / "log"));
+        lines.erase(lines.begin());
+        return lines;
+    }
+    const TempDir m_dir;
+};
+
+TEST_F(ErrorLog, HoldsTheChainOfCauses) {
     VI18NError error(60, 7948, SeverityFatal, "file", 2);
     error.SetChildError(new VI18NFileNotFoundError(55, SeverityWarning, "<file>"));
     VI18NError copy;
     copy = error;
     error = VI18NError();
-    EXPECT_TRUE(copy.IsError() && !error.IsError());
+    EXPECT_FALSE(error.IsError());
+    EXPECT_TRUE(copy.IsError());
     EXPECT_EQ(copy.what(), "UTIL-F-7948: file, 2");
     std::unique_ptr<VError>(copy.Clone())->ShowError(nullptr, false);
-    batutil_LogClose();
-    EXPECT_THAT(Records(ReadFile(dir / "log")),
-                ElementsAre(testing::_, "UTIL 7948 F [file] [2]", "BSTR 4166 W [&lt;file&gt;]"));
+    EXPECT_THAT(Lines(), ElementsAre("UTIL 7948 F [file] [2]", "BSTR 4166 W [&lt;file&gt;]"));
+}
+
+TEST_F(ErrorLog, HoldsAPlainCauseAsARecord) {
+    VI18NError error(60, 7947);
+    for (const bool hasText : {true, false}) {
+        auto cause = std::make_unique<PlainError>();
+        hasText ? cause->SetError(55, 4096, VString("text")) : cause->SetError(55, 4096, 4000000000U);
+        error.SetChildError(cause.release());
+        error.LogShow();
+    }
+    EXPECT_THAT(Lines(), ElementsAre("UTIL 7947 E", "BSTR 4096 E [text]", "UTIL 7947 E", "BSTR 4096 E [4000000000]"));
+}
+
+TEST_F(ErrorLog, HoldsAnErrorWithTheSeverityOfALetter) {
+    VI18NError error(60, 7947, SeveritySixth);
+    std::string values;
+    for (const char* letter : {"", "W", "F", "x", "D"}) {
+        error.LogShow(&g_logopt, letter);
+        values += std::to_string(error.GetErrVal());
+    }
+    EXPECT_EQ(values, "12411") << "5 and 0 stand for 1";
+    EXPECT_THAT(Lines(), ElementsAre("UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I")) << "no debug record";
+    EXPECT_EQ(Message::s_defaultLogger, FileLogger::GetGlobalLogger()) << "the logger for the call is gone";
 }
 
 } // namespace
