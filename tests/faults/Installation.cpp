@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <regex>
 
 #include <sys/mount.h>
 #include <sys/stat.h>

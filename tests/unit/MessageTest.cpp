@@ -164,7 +164,7 @@ TEST_F(ErrorLog, HoldsTheChainOfCauses) {
     EXPECT_TRUE(copy.IsError());
     EXPECT_EQ(copy.what(), "UTIL-F-7948: file, 2");
     std::unique_ptr<VError>(copy.Clone())->ShowError(nullptr, false);
-    EXPECT_THAT(Lines(), ElementsAre("UTIL 7948 F [file] [2]", "BSTR 4166 W [&lt;file&gt;]"));
+    EXPECT_THAT(Lines(), ElementsAre("UTIL 7948 F [file] [2]", "BSTR 4166 W [<file>]"));
 }
 
 TEST_F(ErrorLog, HoldsAPlainCauseAsARecord) {
