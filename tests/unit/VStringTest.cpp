@@ -36,6 +36,8 @@ TEST(VString, EmptyTextsShareTheStaticBlock) {
     text = copy;
     text = "";
     text.ReleaseBuffer();
+    text.Empty();
+    text += copy;
     for (const VString& empty : {text, copy, VString(null), VString('x', -1), text + copy, GetEmptyString()}) {
         EXPECT_EQ(static_cast<const char*>(empty), vPchNil);
     }
@@ -51,6 +53,7 @@ TEST(VString, ChangingACopyLeavesTheOriginalAlone) {
         {"",     [](S& s) { s.Empty(); }},       {" ab  ab ", [](S& s) { s += s; }},
         {"b ",   [](S& s) { s = static_cast<const char*>(s) + 2; }},
         {"Z",    [](S& s) { *s.GetBuffer(0) = 'Z', s.ReleaseBuffer(1); }},
+        {"",     [](S& s) { s = VString(); }},
     };
     // clang-format on
     for (const auto& [expected, change] : cases) {
@@ -82,6 +85,20 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     EXPECT_EQ(Header(text), (Ints{1, 3, 3}));
     text = "";
     EXPECT_EQ(Header(text), (Ints{1, 0, 3})) << "an assignment keeps the block";
+}
+
+TEST(VString, ABlockWithANegativeCountIsNeverShared) {
+    VString locked("abc");
+    (reinterpret_cast<VStringData*>(locked.GetBuffer(0)) - 1)->nRefs = -1;
+    VString assigned;
+    assigned = locked;
+    EXPECT_EQ(Header(assigned), (Ints{1, 3, 3}));
+    EXPECT_EQ(Header(VString(locked)), (Ints{1, 3, 3}));
+    locked = VString("xy");
+    EXPECT_EQ(Header(locked), (Ints{-1, 2, 3})) << "takes characters, not a block";
+    locked.Empty();
+    EXPECT_EQ(Header(locked), (Ints{-1, 0, 3}));
+    EXPECT_STREQ(assigned, "abc");
 }
 
 TEST(VString, JoinsCutsTrimsAndFinds) {
@@ -129,9 +146,14 @@ TEST(VString, OutOfMemoryIsThrownAndLeavesTheStringAsItWas) {
 TEST(VStringDeathTest, MisuseStopsTheProcess) {
     const std::pair<const char*, Change> cases[] = {
         {"IsValidString(lpsz)", [](S& s) { s = null; }},
+        {"IsValidString(lpsz)", [](S& s) { s += null; }},
+        {"IsValidString(lpsz)", [](S& s) { s + null; }},
+        {"IsValidString(lpsz)", [](S& s) { null + s; }},
+        {"IsValidString(lpszSub)", [](S& s) { s.Find(null); }},
         {"nMinBufLength >= 0", [](S& s) { s.GetBuffer(-1); }},
         {"(2147483647 - 1)", [](S& s) { s.GetBuffer(INT_MAX); }},
         {"nNewLength <= GetData()->nAllocLength", [](S& s) { s.ReleaseBuffer(4); }},
+        {"nIndex >= 0", [](S& s) { s.SetAt(-1, 'x'); }},
         {"nIndex < GetData()->nDataLength", [](S& s) { s.SetAt(3, 'x'); }},
     };
     for (const auto& [assertion, misuse] : cases) {
@@ -148,6 +170,22 @@ TEST(VString, ComparesWithoutCase) {
     };
     for (const auto& [a, b, order] : cases) {
         EXPECT_EQ(qx_stricmp(a, b), order) << a << ' ' << b;
+    }
+}
+
+TEST(VString, FormatsTwoTexts) {
+    // clang-format off
+    const std::tuple<const char*, const char*, int, const char*> cases[] = {
+        {"none", "a", 0, "none"}, {"one %s", "a", 0, "one %s"}, {"<%s, %s>", "a", 1, "<a, b>"},
+        {"%s%s %s", "%s", 1, "%sb %s"}, {"5%% of %s, 5%% of %s, 5%%", "a", 1, "5% of a, 5% of b, 5%%"},
+        {"%%s %s", "a", 1, "%s b"}, {"%s and %s", nullptr, 1, "(null) and (null)"},
+    };
+    // clang-format on
+    for (const auto& [format, first, result, expected] : cases) {
+        VString text(format);
+        char second[] = "b";
+        EXPECT_EQ(VStringFormat(text, first, first == nullptr ? nullptr : second), result) << format;
+        EXPECT_STREQ(text, expected);
     }
 }
 
