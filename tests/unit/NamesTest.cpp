@@ -1,5 +1,8 @@
 #include "Mis/NamCommon.h"
 
+#include <algorithm>
+#include <functional>
+
 #include <gmock/gmock.h>
 
 namespace {
@@ -15,6 +18,55 @@ TEST(Names, TheSyntaxGivesTheSeparator) {
         EXPECT_STREQ(VFileName(VString("dir"), syntax, true).GetName(), directory);
         EXPECT_STREQ(VFileName(std::string(), syntax, true).GetName(), empty);
     }
+    EXPECT_STREQ(VFileName("dir/", 2, true).GetName(), "dir/");
+}
+
+TEST(NamesDeathTest, AnUnknownSyntaxStopsTheProcess) {
+    const VFileName name("dir", 3, true);
+    EXPECT_STREQ(name.GetName(), "dir\\");
+    EXPECT_THROW(name.GetParentPath(false), int);
+    int position = 0;
+    const char* const message = "Mis/NamCommon.*`false' failed";
+    EXPECT_DEATH(name.GetPathSeparator(), message);
+    EXPECT_DEATH(nam_fmt2sep(3, &position, ""), message);
+    EXPECT_DEATH(nam_fmt2nam(3, &position, ""), message);
+    EXPECT_DEATH(nam_fmt2end(3, &position, ""), message);
+}
+
+TEST(Names, ScannersFindSeparatorNameAndEnd) {
+    using Scanner = std::function<int(int*, const char*)>;
+    using Found = std::pair<int, int>; // result and position
+    const auto scan = [](const Scanner& scanner, const std::string& text) {
+        int position = -1;
+        const int result = scanner(&position, text.c_str());
+        return Found(result, position);
+    };
+    const auto nfs = [](auto scanner) { return [=](int* at, const char* text) { return scanner(at, text, 0); }; };
+    // clang-format off
+    const std::tuple<int, char, Scanner, Scanner, Scanner> families[] = {
+        {0, '\\', nam_dos2sep,   nam_dos2nam,   nam_dos2end},   {1, '\\', nam_dos2sep,   nam_dos2nam,   nam_dos2end},
+        {4, '\\', nam_dos2sep,   nam_dos2nam,   nam_dos2end},   {7, '\\', nam_dos2sep,   nam_dos2nam,   nam_dos2end},
+        {8, '\\', nam_win322sep, nam_win322nam, nam_win322end}, {9, '/',  nam_as4002sep, nam_as4002nam, nam_as4002end},
+        {2, '/',  nfs(nam_nfs2sep), nfs(nam_nfs2nam), nfs(nam_nfs2end)},        {119, '\\', nam_mxd2sep, nam_mxd2nam,   nam_mxd2end},
+    };
+    const std::tuple<std::string, Found, Found, Found> cases[] = {
+        {"ab|c:d", {1, 2}, {1, 0}, {1, 2}}, {"||a", {1, 0}, {1, 2}, {0, 0}}, {"abc", {0, 3}, {1, 0}, {1, 3}},
+        {"|",      {1, 0}, {0, 1}, {0, 0}}, {"",    {0, 0}, {0, 0}, {0, 0}},
+    };
+    // clang-format on
+    for (const auto& [syntax, separator, sep, nam, end] : families) {
+        for (auto [text, separatorFound, nameFound, endFound] : cases) {
+            std::replace(text.begin(), text.end(), '|', separator);
+            std::replace(text.begin(), text.end(), ':', separator == '/' ? '\\' : '/');
+            SCOPED_TRACE(std::to_string(syntax) + ' ' + text);
+            EXPECT_EQ(scan(sep, text), separatorFound);
+            EXPECT_EQ(scan(nam, text), nameFound);
+            EXPECT_EQ(scan(end, text), endFound);
+            EXPECT_EQ(scan(std::bind_front(nam_fmt2sep, syntax), text), separatorFound);
+            EXPECT_EQ(scan(std::bind_front(nam_fmt2nam, syntax), text), nameFound);
+            EXPECT_EQ(scan(std::bind_front(nam_fmt2end, syntax), text), endFound);
+        }
+    }
 }
 
 TEST(Names, ParentAndFileName) {
@@ -26,8 +78,18 @@ TEST(Names, ParentAndFileName) {
     for (const auto& [syntax, path, trailing, parent, file] : cases) {
         VFileName name(path, syntax, false);
         EXPECT_STREQ(name.GetParentPath(trailing), parent) << path;
-        EXPECT_STREQ(name.GetPart(14, nullptr, false, false, false), file) << path;
+        int length = -1;
+        for (const int part : {8, 9, 14}) {
+            const VString expected = part == 9 ? "" : file;
+            EXPECT_STREQ(name.GetPart(part, nullptr, false, false, false), expected) << path;
+            name.GetPart(part, &length, false, false, false);
+            EXPECT_EQ(length, expected.GetLength()) << path;
+        }
     }
+    const VFileName names[] = {VFileName("b", -1, false), VFileName("a", -1, false)};
+    EXPECT_EQ(names[0].Compare(&names[0]), 0);
+    EXPECT_EQ(names[0].Compare(&names[1]), -1) << "by identity";
+    EXPECT_EQ(names[1].Compare(&names[0]), 1);
 }
 
 TEST(Names, Match) {
