@@ -1,0 +1,55 @@
+#include "PlugSetter/Run.h"
+#include "tests/support/TempDir.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include <gtest/gtest.h>
+
+namespace {
+long liveBlocks = 0;
+} // namespace
+
+// The other forms of new and delete end in these.
+void* operator new(std::size_t size) {
+    ++liveBlocks;
+    void* block = std::malloc(size);
+    return block != nullptr ? block : throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
+    liveBlocks -= block != nullptr ? 1 : 0;
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    operator delete(block);
+}
+
+namespace {
+
+TEST(Leaks, ARunGivesBackAllThatItTook) {
+    const TempDir dir;
+    const std::tuple<std::string, const char*, std::string, int> cases[] = {
+        {"successful", "ORACLE", ReadFile(TEST_DATA "/global/Global.qxc"), 0},
+        {"refused", "ORACLE", "No_such_key = 1", 1},
+        {"wrong argument", "NO_PLUGIN", "", 1},
+    };
+    for (const auto& [name, plugin, configuration, status] : cases) {
+        std::string words[] = {"PlugSetter", "-r", plugin, dir / "agent", dir / "backup", "install.xlog"};
+        char* arguments[6];
+        std::transform(std::begin(words), std::end(words), arguments, [](std::string& word) { return word.data(); });
+        WriteFile(dir / "agent/Global.qxc", configuration);
+        // Blocks in use and open files after a run. The first run makes what lives as long as the process.
+        std::pair<long, long> held[2];
+        testing::internal::CaptureStdout();
+        for (auto& [blocks, files] : held) {
+            EXPECT_EQ(runPlugSetter(6, arguments), status) << name;
+            blocks = liveBlocks;
+            files = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+        }
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(held[0], held[1]) << name;
+    }
+}
+
+} // namespace
