@@ -6,6 +6,7 @@
 #include "tests/support/TempDir.h"
 
 #include <numeric>
+#include <regex>
 #include <set>
 
 #include <gmock/gmock.h>
