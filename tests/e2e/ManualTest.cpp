@@ -62,7 +62,7 @@ TEST(Manual, RecipesDoWhatTheyPromise) {
         {"See whether",           original,   "changed\n",                                      registered},
         {"See whether",           registered, "not changed\n",                                  registered},
         {"Take the last",         original,   "",                                               original},
-        {"Print syntax errors",   odd,        ".*/agent/Global.qxc:4:  no <key> & no value\n",  odd},
+        {"Print syntax errors",   odd,        ".*/agent/Global.qxc:4: \tno <key> & no value\n", odd},
         {"Make the log",          original,   "<log>\n(<M .*</M>\n){3}</log>\n",                registered},
         {"Make the times",        original,   "(<M ID=.*\\d\\d\\.05\\+00:00\">.*\n){3}",        registered},
     };
