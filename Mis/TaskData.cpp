@@ -108,7 +108,7 @@ bool VTaskData::IsConverted(int key) const {
     if (m_rawMode || m_version <= lastUnconvertedVersion) {
         return false;
     }
-    const _TOInfo* row = KeyTable::Instance().FirstOf(key);
+    const _TOInfo* row = KeyTable::FirstOf(key);
     return row != nullptr && !row->IsRawData();
 }
 
@@ -214,7 +214,7 @@ int VTaskData::SetPassword(int key, const std::string& value, bool overwrite) {
 
 /// The value syntax of the key's row for this version and type, empty when there is none.
 std::string_view VTaskData::TypeSpec(int key) const {
-    const _TOInfo* row = KeyTable::Instance().FirstLegal(key, m_version, m_type);
+    const _TOInfo* row = KeyTable::FirstLegal(key, m_version, m_type);
     return row == nullptr ? "" : row->typeSpec;
 }
 
@@ -227,7 +227,7 @@ bool VTaskData::IsValidEntry(int key, const std::string& value) const {
 }
 
 int VTaskData::GetKeyInfo(int key, _TOInfo& info) {
-    const _TOInfo* row = KeyTable::Instance().FirstOf(key);
+    const _TOInfo* row = KeyTable::FirstOf(key);
     if (row == nullptr) {
         return 0;
     }
@@ -236,7 +236,7 @@ int VTaskData::GetKeyInfo(int key, _TOInfo& info) {
 }
 
 int VTaskData::GetKeyName(int key, std::string& name, int version, int type) {
-    const _TOInfo* row = KeyTable::Instance().LastNaming(key, version, type);
+    const _TOInfo* row = KeyTable::LastNaming(key, version, type);
     if (row == nullptr) {
         return 0;
     }
@@ -246,7 +246,7 @@ int VTaskData::GetKeyName(int key, std::string& name, int version, int type) {
 
 int VTaskData::GetKeyID(const std::string& name, int* key, int version, int type) {
     int index = 0;
-    const _TOInfo* row = KeyTable::Instance().FirstNamed(name, version, type, &index);
+    const _TOInfo* row = KeyTable::FirstNamed(name, version, type, &index);
     if (row == nullptr) {
         return 0;
     }

@@ -93,7 +93,7 @@ bool VTaskData::Parse(std::string_view line, bool applySideEffects) {
     case TaskReader::Line::key: break;
     }
     int index = 0;
-    const _TOInfo* row = KeyTable::Instance().FirstNamed(m_reader.Name(), m_version, m_type, &index);
+    const _TOInfo* row = KeyTable::FirstNamed(m_reader.Name(), m_version, m_type, &index);
     return row != nullptr && Store(row->id + index, m_reader.Value(), applySideEffects);
 }
 
@@ -107,6 +107,9 @@ bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
     if (applySideEffects && key == keyPlugins && !extensionLoaded) {
         return StorePlugins(std::string(value));
     }
+    // The entry is looked up again by its number, since that row judges the value: VSSWriterBackup100.Name, for
+    // example, has the number of VSSWriterBackup000.InstName. In families of three digits the indices from 100 up run
+    // into the numbers of the next family.
     return Put(key, value, true) > 0;
 }
 

@@ -6,15 +6,14 @@
 VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)
     : m_typeMask(static_cast<unsigned>(type)), m_version(version), m_key(key), m_value(txccl::string::Crop(value)) {
     constexpr int firstIndexedKey = 10000;
-    const KeyTable& table = KeyTable::Instance();
-    const _TOInfo* row = table.FirstOf(key);
+    const _TOInfo* row = KeyTable::FirstOf(key);
     if (row == nullptr) {
         return;
     }
     m_typeMask = row->typeMask;
     if (key < firstIndexedKey) {
         m_name = row->keyName;
-    } else if (const _TOInfo* naming = table.LastNaming(key, version, static_cast<int>(row->typeMask))) {
+    } else if (const _TOInfo* naming = KeyTable::LastNaming(key, version, static_cast<int>(row->typeMask))) {
         m_name = KeyTable::NameOf(*naming, key);
     }
 }

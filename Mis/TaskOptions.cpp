@@ -1,6 +1,7 @@
 #include "Mis/TaskOptions.h"
 
 #include "Mis/TaskKeys.h"
+#include "Mis/KeyIndex.h"
 
 #include <string_view>
 
@@ -551,3 +552,5 @@ constexpr bool TableIsSound() {
 static_assert(TableIsSound());
 
 } // namespace
+
+constexpr KeyIndex taskOptionIndex(taskOptions);

@@ -52,7 +52,7 @@ BENCHMARK(Save)->Arg(200)->Arg(1000)->Arg(2000)->Arg(20000)->Arg(35000);
 void LookupByName(benchmark::State& state, const char* name) {
     int index = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(KeyTable::Instance().FirstNamed(name, 671, 1, &index));
+        benchmark::DoNotOptimize(KeyTable::FirstNamed(name, 671, 1, &index));
     }
 }
 BENCHMARK_CAPTURE(LookupByName, single, "Priority");
@@ -60,7 +60,7 @@ BENCHMARK_CAPTURE(LookupByName, indexed, "Software.Service123.Startup");
 
 void LookupByNumber(benchmark::State& state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(KeyTable::Instance().LastNaming(static_cast<int>(state.range(0)), 671, 1));
+        benchmark::DoNotOptimize(KeyTable::LastNaming(static_cast<int>(state.range(0)), 671, 1));
     }
 }
 BENCHMARK(LookupByNumber)->Arg(107)->Arg(67123);

@@ -14,6 +14,10 @@ constexpr char Lowered(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+constexpr bool IsDigit(char c) noexcept {
+    return c >= '0' && c <= '9';
+}
+
 /// True when the texts are equal but for the case of ASCII letters.
 bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept;
 

@@ -99,7 +99,7 @@ template <class Fits> const _TOInfo* First(Fits fits) {
 }
 
 TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
-    const KeyTable& table = KeyTable::Instance();
+    const KeyTable table;
     std::set<int> keys = {0, INT_MAX, INT_MIN};
     for (const _TOInfo& row : rows) {
         for (int key = row.id - 1; key < row.id + (SpanOf(row.keyName) == 1 ? 2 : 1000); ++key) {
