@@ -79,7 +79,7 @@ int I18N_log_show(std::string* text, const logopt* opt, char severity);
 /// Writes the 12 characters of the local time in the form "Nov13 02:31 " and a terminator to `buf`. Returns: 12.
 int log_gettimestamp(char* buf);
 
-/// Counts the line, while g_ErrStart is on.
+/// Counts the line while g_ErrStart is on, unless its severity is "D" or "S".
 void UpdateLogStatistics(char severity);
 extern bool g_ErrStart;
 

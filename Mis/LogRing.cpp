@@ -1,11 +1,15 @@
-#include "Mis/LogRing.h"
+// The files of a numbered log, and the choice among them.
+
+#include "Mis/Log.h"
 
 #include "Mis/Unix/SysClientUnix.h"
 #include "classlib/File.h"
 #include "classlib/FilenameHelper.h"
 
 #include <algorithm>
+#include <cassert>
 #include <ctime>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -51,9 +55,12 @@ std::size_t Oldest(const std::vector<logfilelist>& files, long long now, std::si
     return oldest;
 }
 
-} // namespace
-
-std::size_t ChooseLogFile(const std::vector<logfilelist>& files, long long limit, long long now, bool& recycle) {
+/// Returns: the position in `files` of the one to write next; `recycle` is set when it is full and must be deleted
+/// first. The newest file is filled up to `limit` bytes; then comes the first missing one behind it, around the ring,
+/// and when none is missing the oldest, which must be older than `now`, or else the newest again. REQUIRES: files is
+/// not empty.
+std::size_t Choose(const std::vector<logfilelist>& files, long long limit, long long now, bool& recycle) {
+    assert(!files.empty());
     recycle = false;
     const std::size_t newest = Newest(files);
     if (newest == files.size()) {
@@ -72,6 +79,8 @@ std::size_t ChooseLogFile(const std::vector<logfilelist>& files, long long limit
     return Oldest(files, now, newest);
 }
 
+} // namespace
+
 std::string batutil_GetNextFilename(std::string dir, std::string name) {
     const long long now = std::time(nullptr);
     const int count = std::max(nLogFiles, 1);
@@ -81,7 +90,7 @@ std::string batutil_GetNextFilename(std::string dir, std::string name) {
         files.push_back(Candidate(dir, name, index));
     }
     bool recycle = false;
-    const logfilelist& chosen = files[ChooseLogFile(files, maxLogFileSize, now, recycle)];
+    const logfilelist& chosen = files[Choose(files, maxLogFileSize, now, recycle)];
     if (recycle) {
         // Not sys_delete: to that a directory with a "*" in its name would be a pattern.
         sys_remove(chosen.path.c_str());

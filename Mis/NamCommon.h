@@ -43,8 +43,8 @@ private:
 };
 
 /// Scanners. Each looks into `text` from its start and sets `*position`: 2sep to the next separator, 2nam to the start
-/// of the next name element, 2end to the end of the element that starts there. Returns: 1, or 0 with `*position` at the
-/// end of the text.
+/// of the next name element, 2end to the end of the element that starts there. Returns: 1 when there is one. Otherwise
+/// 0, with `*position` at the end of the text for 2sep and 2nam, and at 0, where the empty element is, for 2end.
 int nam_fmt2sep(int syntax, int* position, const char* text);
 int nam_fmt2nam(int syntax, int* position, const char* text);
 int nam_fmt2end(int syntax, int* position, const char* text);

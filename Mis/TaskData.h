@@ -89,12 +89,12 @@ public:
     static bool KeyMatch(const char* text, const char* pattern, int* index);
 
     /// An empty name stands for the object's own. Loading adds to what the object holds.
-    /// Return: 1 loaded; 0 syntax error; -1 missing, above 64 MiB, or unreadable. Unless `context` is null,
+    /// Returns: 1 loaded; 0 syntax error; -1 missing, above 64 MiB, or unreadable. Unless `context` is null,
     /// LoadFromFile reports a syntax error: with `showError` as PARS 4456, else as PARS 4783 twice (file, line and
     /// file, line, text).
     int LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects);
     int LoadFile(std::string name, bool applySideEffects);
-    /// Reads a whole text, or one physical line of it. Return: false at a line that is refused; those before it count.
+    /// Reads a whole text, or one physical line of it. Returns: false at a line that is refused; those before it count.
     /// Side effects: the first "Plugins" line of the process is handed to the plug-in registry, Oracle's home is set.
     bool Deserialize(std::string& text, bool applySideEffects);
     bool ParseLine(std::string line, bool applySideEffects);
@@ -136,7 +136,6 @@ private:
     TaskReader m_reader;
     TaskWriter m_writer;
     std::string m_comment;
-    std::string m_pluginsString;
     bool m_rawMode;
     txccl::FilenameHelper::UTF8_CodePage m_utf8ToCodePage;
     txccl::FilenameHelper::CodePage_UTF8 m_codePageToUtf8;

@@ -124,7 +124,6 @@ bool VTaskData::StoreHeader(int key, std::string_view value) {
 }
 
 bool VTaskData::StorePlugins(const std::string& list) {
-    m_pluginsString = list;
     if (SetRaw(keyPlugins, list, true) < 1) {
         return false;
     }

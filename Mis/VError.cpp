@@ -5,6 +5,8 @@
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Plugins/Unix/IPlugins.h"
 
+#include <cassert>
+#include <exception>
 #include <utility>
 
 using I18NMessage::FileLogger;
@@ -233,6 +235,7 @@ VI18NFileNotFoundError::VI18NFileNotFoundError(long module, MessageSeverity seve
     : VI18NError(module, msgFileNotFound.number, severity, file) {}
 
 std::unique_ptr<VError> err_caught() noexcept {
+    assert(std::current_exception() != nullptr);
     try {
         throw;
     } catch (VError* error) {

@@ -10,6 +10,6 @@ public:
     VObject& operator=(VObject&&) = default;
     virtual ~VObject();
 
-    /// Orders two objects. Returns -1, 0 or 1. The root knows no content, so it orders by identity.
+    /// Orders two objects. The root knows no content, so it orders by identity. Returns: -1, 0 or 1.
     virtual int Compare(const VObject* other) const;
 };

@@ -112,10 +112,9 @@ static_assert(sizeof(VString) == sizeof(char*));
 /// The shared empty string. Lives until the process ends.
 const VString& GetEmptyString();
 
-/// Compares case-insensitively; bytes from 0x80 up sort below all others. Returns -1, 0 or 1.
+/// Compares case-insensitively; bytes from 0x80 up sort below all others. Returns: -1, 0 or 1.
 int qx_stricmp(const char* a, const char* b);
 
-/// Fills the first two "%s" markers of `text`. Returns 1, or 0 with `text` unchanged when there are fewer. In the
-/// part before the second marker "%%" stands for one "%", other text for itself; a null argument shows as
-/// "(null)".
+/// Fills the first two "%s" markers of `text`. In the part before the second marker "%%" stands for one "%", other text
+/// for itself; a null argument shows as "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer markers.
 int VStringFormat(VString& text, const char* first, char* second);

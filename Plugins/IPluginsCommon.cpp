@@ -159,10 +159,6 @@ const char* IPlugins::mod2str(int mod) {
     return Plugins::mod_strs[mod - firstModule];
 }
 
-void IPlugins::setPluginsString(const std::string& plugins) {
-    m_plugins = plugins;
-}
+void IPlugins::setPluginsString(const std::string& /*plugins*/) {}
 
-void IPlugins::loadAllPlugins() {
-    m_loaded = true;
-}
+void IPlugins::loadAllPlugins() {}
