@@ -6,10 +6,10 @@
 
 #include <array>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 #include <utime.h>
 
 namespace {
@@ -40,42 +40,33 @@ TEST_F(LogTest, EachFileBeginsWithTheVersion) {
     Message::LogMsg(2, "UTIL", SeverityError);
     EXPECT_EQ(logfp, nullptr);
     EXPECT_EQ(g_logopt.block, nullptr);
-    EXPECT_TRUE(Open("log", 0, false));
+    Open("log", 0, false);
     EXPECT_THAT(Lines("log"), ElementsAre(version, "UTIL 1 E", version));
     batutil_LogClose();
-    EXPECT_TRUE(Open("log", 1, false));
+    Open("log", 1, false);
     EXPECT_THAT(Lines("log"), ElementsAre(version));
 }
 
-TEST_F(LogTest, ASecondOpenLeavesTheFirstBlockToItsOwner) {
-    EXPECT_TRUE(Open("first", 1, false));
+TEST_F(LogTest, ASecondOpenKeepsTheFirstBlock) {
+    Open("first", 1, false);
     logopt first = g_logopt;
-    std::FILE* const file = logfp;
-    EXPECT_TRUE(Open("second", 1, false));
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(logfp, std::fclose);
+    Open("second", 1, false);
     VI18NError(60, 1).LogShow(&first, "");
     EXPECT_THAT(Lines("first"), ElementsAre(version, "UTIL 1 E"));
-    std::fclose(file);
 }
 
 /// Logs when the process ends.
 struct LateRecord {
     bool armed = false;
-    ~LateRecord() {
-        if (armed) {
-            Message::LogMsg(3, "UTIL", SeverityError);
-        }
-    }
+    ~LateRecord() { armed ? Message::LogMsg(3, "UTIL", SeverityError) : void(); }
 } lateRecord;
 
 TEST_F(LogTest, ARecordFromADestructorOfAStaticObjectIsWritten) {
-    EXPECT_TRUE(Open("log", 1, false));
+    Open("log", 1, false);
     const std::string origin(100, 'o');
-    const auto end = [&origin] {
-        lateRecord.armed = true;
-        Message::s_defaultOrigin = origin;
-        std::exit(0);
-    };
-    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT((lateRecord.armed = true, Message::s_defaultOrigin = origin, std::exit(0)), testing::ExitedWithCode(0),
+                "");
     EXPECT_THAT(ReadFile(m_dir / "log"), testing::HasSubstr("<M ID=\"3\" O=\"" + origin + "\" C=\"UTIL\""));
 }
 
@@ -92,11 +83,11 @@ TEST_F(LogTest, ANumberedLogGoesOnAboveTheLimit) {
 
 TEST_F(LogTest, ALogIsNumberedUnlessItWasOpenedPlain) {
     std::string line(40000, 'x');
-    EXPECT_TRUE(Open("plain", 1, false));
+    Open("plain", 1, false);
     lastLogPath = m_dir / "";
     lastLogName = "log";
     gui_show(0, line.data());
-    EXPECT_FALSE(std::filesystem::exists(m_dir / "log-1.XLOG"));
+    EXPECT_THAT(Lines("log-1.XLOG"), ElementsAre());
     batutil_LogClose();
     logfp = std::fopen((m_dir / "by hand").c_str(), "w");
     gui_show(0, line.data());
@@ -126,83 +117,67 @@ TEST_F(LogTest, ChoosesAmongTheNumberedFiles) {
         EXPECT_EQ(batutil_GetNextFilename(dir / "", "log"), paths[chosen]);
         EXPECT_EQ(std::filesystem::exists(paths[chosen]), files[chosen] != none && !recycled) << paths[chosen];
     }
-}
-
-TEST_F(LogTest, ARingWithoutFilesHasOne) {
     nLogFiles = 0;
-    EXPECT_EQ(batutil_GetNextFilename(m_dir / "", "log"), m_dir / "log-1.XLOG");
+    EXPECT_EQ(batutil_GetNextFilename(m_dir / "", "log"), m_dir / "log-1.XLOG") << "a ring has at least one file";
     nLogFiles = 4;
 }
 
 TEST_F(LogTest, LinesGoWhereTheOptionsSay) {
     logblk block = {std::fopen((m_dir / "block").c_str(), "w"), 0, 0, 1, "block"};
-    const struct {
-        const char* name;
-        logopt options;
-        const char* output;
-        const char* inBlock;
-    } cases[] = {
-        {"console", {0, nullptr, true, &block}, "x\n", ""},
-        {"block", {0, nullptr, false, &block}, "", "x"},
-        {"neither", {0, nullptr, false, nullptr}, "x\n", ""},
-        {"nowhere", {1, nullptr, false, nullptr}, "", ""},
+    constexpr std::size_t length = 1023;
+    constexpr std::size_t shown = sizeof "Nov13 02:31 " + length;
+    // clang-format off
+    const struct { const char* name; logopt options; std::size_t output, inBlock; } cases[] = {
+        {"console", {0, nullptr, true,  &block},  shown, 0},      {"neither", {0, nullptr, false, nullptr}, shown, 0},
+        {"block",   {0, nullptr, false, &block},  0,     length}, {"nowhere", {1, nullptr, false, nullptr}, 0,     0},
+        {"cut",     {0, "agent", false, &block},  0,     1022},
     };
+    // clang-format on
     for (const auto& [name, options, output, inBlock] : cases) {
-        std::string line = "x";
+        std::string line(length, 'x');
+        const auto before = std::filesystem::file_size(m_dir / "block");
         testing::internal::CaptureStdout();
         EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 1) << name;
-        std::string shown = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(shown.erase(0, 12), output) << name;
-        EXPECT_EQ(ReadFile(m_dir / "block"), inBlock) << name;
-        EXPECT_EQ(ftruncate(fileno(block.fp), 0), 0);
-        std::rewind(block.fp);
-    }
-    for (const auto& [identity, length] : {std::pair("agent", 1022U), {static_cast<const char*>(nullptr), 1023U}}) {
-        std::string line(1023, 'x');
-        const logopt options = {0, identity, false, &block};
-        std::rewind(block.fp);
-        EXPECT_EQ(ftruncate(fileno(block.fp), 0), 0);
-        I18N_log_show(&line, &options, 'I');
-        EXPECT_EQ(std::filesystem::file_size(m_dir / "block"), length);
+        EXPECT_EQ(testing::internal::GetCapturedStdout().size(), output) << name;
+        EXPECT_EQ(std::filesystem::file_size(m_dir / "block") - before, inBlock) << name;
     }
     std::fclose(block.fp);
 }
 
 TEST_F(LogTest, LinesAreFlushedByCountAndByAge) {
-    logblk block = {std::fopen((m_dir / "block").c_str(), "w"), 0, getTicks(), 0, "block"};
+    logblk block = {std::fopen((m_dir / "block").c_str(), "w"), 0, 0, 0, "block"};
     const logopt options = {0, nullptr, false, &block};
     std::string flushed;
+    std::string text = "x";
     for (int line = 1; line <= 410; ++line) {
         const auto before = std::filesystem::file_size(m_dir / "block");
-        std::string text = "x";
         block.lastFlush = getTicks() - (line == 70 ? 5001 : 0);
         I18N_log_show(&text, &options, 'I');
-        if (std::filesystem::file_size(m_dir / "block") > before && line >= 50) {
-            flushed += std::to_string(line) + ' ';
-        }
+        const bool grown = std::filesystem::file_size(m_dir / "block") > before;
+        flushed += grown && line > 48 ? std::to_string(line) + ' ' : "";
     }
-    EXPECT_EQ(flushed, "50 70 200 400 ");
+    EXPECT_EQ(flushed, "49 50 70 200 400 ");
     std::fclose(block.fp);
 }
 
 TEST_F(LogTest, StatisticsCountFourSeveritiesOnRequest) {
-    for (const bool counting : {false, true}) {
-        g_ErrStart = counting;
-        for (const char letter : std::string("DIWWEEEFFFFS")) {
+    for (const unsigned counting : {0U, 1U}) {
+        g_ErrStart = counting == 1;
+        for (const char letter : {'D', 'I', 'W', 'W', 'E', 'E', 'E', 'F', 'F', 'F', 'F', 'S'}) {
             UpdateLogStatistics(letter);
         }
-        const LogStatistics counted = std::exchange(g_logStatistics, {});
-        EXPECT_THAT((std::array{counted.informational, counted.warnings, counted.errors, counted.fatals}),
-                    counting ? ElementsAre(1, 2, 3, 4) : ElementsAre(0, 0, 0, 0));
+        const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
+        EXPECT_THAT((std::array{informational, warnings, errors, fatals}),
+                    ElementsAre(counting, 2 * counting, 3 * counting, 4 * counting));
     }
     g_ErrStart = false;
 }
 
 TEST_F(LogTest, StampsFollowTheTimeZone) {
     char stamps[2][16];
-    for (const auto& [zone, stamp] : {std::pair("UTC0", stamps[0]), {"XXX-11", stamps[1]}}) {
-        setenv("TZ", zone, 1);
-        EXPECT_EQ(log_gettimestamp(stamp), 12);
+    for (const int east : {0, 1}) {
+        setenv("TZ", east == 1 ? "XXX-11" : "UTC0", 1);
+        EXPECT_EQ(log_gettimestamp(stamps[east]), 12);
     }
     unsetenv("TZ");
     EXPECT_STRNE(stamps[0], stamps[1]);

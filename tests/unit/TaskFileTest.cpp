@@ -107,15 +107,27 @@ TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
     EXPECT_EQ(text, "Full");
 }
 
+TEST(TaskFile, ASectionNamedDotTakesTwoBraces) {
+    for (const auto& [text, line] : {std::pair(". {\n}\n}\nDescription = x", 0), {". {\n}\nDescription = x", 3}}) {
+        VTaskData data("", true);
+        std::string copy = text;
+        data.Deserialize(copy, false);
+        EXPECT_EQ(data.GetErrorLine(), line) << text;
+    }
+}
+
 TEST(TaskFile, SideEffectsAreOnRequest) {
     VTaskData data("", true);
     unsetenv("ORACLE_HOME");
+    VTaskData::extensionLoaded = false;
     // The list of plug-ins is handed over once; its entry follows each file.
     for (const std::string list : {"no.so", "a.so", "b.so"}) {
         std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
         EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
         EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : nullptr);
-        EXPECT_EQ(data.GetString(keyPlugins, &text) == 1 ? text : "", list);
+        EXPECT_EQ(VTaskData::extensionLoaded, list != "no.so");
+        EXPECT_EQ(data.GetString(keyPlugins, &text), 1);
+        EXPECT_EQ(text, list);
     }
 }
 
