@@ -1,13 +1,57 @@
 #pragma once
 
-#include "tests/faults/Cases.h"
 #include "tests/faults/Interposer.h"
 #include "tests/support/Process.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-/// A number from the environment, for loops that take long.
+#include <ostream>
+
+/// What a run starts from.
+struct Case {
+    enum Place { plain, link, fifo };
+
+    const char* name;
+    const char* option;
+    const char* plugin;
+    std::string live;
+    std::string edited;      ///< the new bytes; empty for a run that must fail
+    std::string earlierCopy; ///< empty for none
+    Place place = plain;     ///< what is in the place of the copy
+    bool relative = false;   ///< directories are given so
+    /// A call of the save that fails, so that the file is put back.
+    const char* failing = "";
+
+    friend std::ostream& operator<<(std::ostream& out, const Case& run) { return out << run.name; }
+};
+
+inline const std::string original = ReadFile(TEST_DATA "/global/Global.qxc");
+inline const std::string registered = ReadFile(TEST_DATA "/global/Global.registered.qxc");
+inline const std::string unregistered = ReadFile(TEST_DATA "/global/Global.unregistered.qxc");
+inline const std::string rejected = original + "no key\r\n";
+inline const std::string longCopy(9999, '#');
+inline const std::string shortCopy(999, '#');
+
+/// Putting back the comment at the top takes a second page.
+inline const std::string withoutComment = registered.substr(registered.find("BuildVersion"));
+
+// clang-format off
+inline const Case growth =         {"Growth",     "-r", "ORACLE",      withoutComment, registered,   ""};
+inline const Case registration =   {"Register",   "-r", "ORACLE",      original,       registered,   ""};
+inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,       unregistered, longCopy, Case::plain, true};
+inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      rejected,       "",           shortCopy, Case::link};
+inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,       unregistered, "", Case::plain, true, "ftruncate64"};
+inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,       "",           "", Case::fifo};
+// clang-format on
+
+/// A text of which a run breaks a line.
+inline std::string WithLongLine(std::string text, std::size_t length) {
+    const std::string key = "Description = ";
+    return text.insert(text.find(key) + key.size(), length, 'x');
+}
+
+/// A number from the environment.
 long Setting(const char* name, long usual);
 
 /// A scratch installation, its backup directory, its run log, and the plan for the preload library.
@@ -16,13 +60,16 @@ protected:
     Installation();
     ~Installation() override;
 
-    /// Puts a file system of its own below the installation. Returns: false when that is not permitted.
-    bool Mount();
     void Lay(const Case& run) const;
-    Case WithEdit(Case run) const;
-    std::vector<std::string> Arguments(const Case& run) const;
-    Outcome Run(const Case& run, const std::vector<std::string>& environment = {}) const;
+    std::string Agent(const Case& run) const { return (run.relative ? "" : m_dir / "") + "agent"; }
+    std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/today"; }
+    /// Starts the tool. Returns: its process.
+    pid_t Start(std::vector<std::string> arguments, std::vector<std::string> environment = {}) const;
+    Outcome Wait(pid_t process) const;
+    Outcome Run(const Case& run, std::vector<std::string> environment = {}) const;
     Outcome Run(const Case& run, const Plan& plan) const;
+    /// Sets the new bytes to those of a run without a fault.
+    Case WithEdit(Case run) const;
 
     /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, or "other".
     static std::string Known(const Case& run, const std::string& text);
@@ -31,27 +78,26 @@ protected:
     std::string Copy(const Case& run) const;
     /// True when the log holds the record.
     bool Claims(int number) const;
-
     /// Returns: how the run ended, what the file holds, and what the log says of restoring.
     std::string Kind(const Case& run, const Outcome& outcome) const;
     /// Compares the exit status and the log with the bytes. `untouched`: there is a reason for a run that succeeds to
     /// leave the file as it was. Returns: what is not true, empty for nothing.
     std::string Lies(const Case& run, const Outcome& outcome, bool untouched) const;
-    /// Fails the test with all that is known of the run.
-    void Expect(const Case& run, const std::string& lies, const Outcome& outcome) const;
-    /// The calls of the last run under a plan, the log, and the files.
-    std::string Story(const Case& run) const;
+    /// The calls of the last run under a plan, and the log.
+    std::string Story() const;
 
     const TempDir m_dir;
-    const TempDir m_orders; ///< apart, since a test may mount a file system on the other
+    const bool m_mounted; ///< a file system in memory below the installation; not permitted everywhere
     const std::string m_live = m_dir / "agent/Global.qxc";
     const std::string m_log = m_dir / "agent/run.xlog";
     const std::string m_namelessCopy = m_dir / "backups/today/Global.qxc";
     const std::string m_copy;
-    const std::string m_planFile = m_orders / "plan";
-    Plan* const m_plan = (WriteFile(m_planFile, std::string(sizeof(Plan), 0)), MapPlan(m_planFile.c_str()));
 
 private:
-    bool m_mounted = false;
+    const int m_planMemory = memfd_create("plan", MFD_CLOEXEC);
+    const int m_outputMemory = memfd_create("output", MFD_CLOEXEC);
     const std::filesystem::path m_before = std::filesystem::current_path();
+
+protected:
+    Plan* const m_plan;
 };

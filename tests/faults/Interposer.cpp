@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,11 +17,14 @@
 #include <sys/statvfs.h>
 #include <sys/time.h>
 #include <sys/utsname.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 
 #define NEXT(function) reinterpret_cast<decltype(&(function))>(dlsym(RTLD_NEXT, #function))
 
 namespace {
+
+using Path = const char*;
 
 Plan* plan = nullptr; ///< null outside of main()
 
@@ -35,6 +37,27 @@ struct File {
 
 File files[8];
 
+/// What a call is about: a path, a descriptor, or a path and whether it is opened for writing.
+struct Opening {
+    Path path;
+    bool writes;
+};
+
+void Describe(Step& step, Path path) {
+    std::strncpy(step.path, path, sizeof step.path - 1);
+}
+
+void Describe(Step& step, int descriptor) {
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+    static_cast<void>(NEXT(readlink)(link, step.path, sizeof step.path - 1));
+}
+
+void Describe(Step& step, Opening opening) {
+    Describe(step, opening.path);
+    step.writes = opening.writes;
+}
+
 void Fill() {
     static const char page[4096] = {};
     const int file = NEXT(open64)(plan->command, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
@@ -43,38 +66,7 @@ void Fill() {
     NEXT(close)(file);
 }
 
-void SetPath(Step& step, const char* path) {
-    std::strncpy(step.path, path, sizeof step.path - 1);
-}
-
-void SetPath(Step& step, int descriptor) {
-    char link[32];
-    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
-    static_cast<void>(NEXT(readlink)(link, step.path, sizeof step.path - 1));
-}
-
-/// Notes the call on a path or a descriptor.
-template <class Subject> Step& Note(const char* name, Subject subject, bool writes) {
-    static Step none;
-    Step& step = plan->stepCount < std::ssize(plan->steps) ? plan->steps[plan->stepCount++] : none;
-    step = {};
-    step.writes = writes;
-    std::strncpy(step.call, name, sizeof step.call - 1);
-    SetPath(step, subject);
-    return step;
-}
-
-/// True for the call that fails besides.
-bool FailsBesides(const Step& step) {
-    if (*plan->failing == '\0' || std::strcmp(step.call, plan->failing) != 0 ||
-        std::strstr(step.path, "agent/Global.qxc") == nullptr) {
-        return false;
-    }
-    *plan->failing = '\0';
-    return true;
-}
-
-/// Does to a call that is hit what the plan says. Returns: true when it is to fail.
+/// Returns: true when the call that is hit is to fail.
 bool Suffer() {
     ++plan->injected;
     switch (plan->effect) {
@@ -87,14 +79,28 @@ bool Suffer() {
     return false;
 }
 
-/// Counts the call on a path or a descriptor. Returns: true when it is to fail; errno is set.
-template <class Subject> bool Hit(Call call, const char* name, Subject subject, bool writes = false) {
+/// True for the call that fails besides.
+bool FailsBesides(const Step& step) {
+    const bool fails = *plan->failing != '\0' && std::strcmp(step.call, plan->failing) == 0 &&
+                       std::strstr(step.path, "agent/Global.qxc") != nullptr;
+    *plan->failing = fails ? '\0' : *plan->failing;
+    return fails;
+}
+
+/// Notes and counts the call. Returns: true when it is to fail; errno is set.
+template <class Subject> bool Hit(Call call, Path name, Subject subject) {
     if (plan == nullptr || (call == callMemory && plan->calls != Only(callMemory))) {
         return false;
     }
     const int error = errno;
-    Step memory = {};
-    Step& step = call == callMemory ? memory : Note(name, subject, writes);
+    static Step beyond;
+    Step& step = plan->stepCount < std::ssize(plan->steps) ? plan->steps[plan->stepCount] : beyond;
+    step = {};
+    if (call != callMemory) {
+        ++plan->stepCount;
+        std::strncpy(step.call, name, sizeof step.call - 1);
+        Describe(step, subject);
+    }
     if ((plan->calls & Only(call)) != 0) {
         step.number = ++plan->reached;
         step.hit = step.number >= plan->first && step.number <= plan->last;
@@ -119,35 +125,23 @@ std::size_t Rest(int descriptor, std::size_t size) {
 }
 
 ssize_t ReadSome(int descriptor, void* buffer, std::size_t size) {
-    if (Hit(callRead, "read", descriptor)) {
-        if (!Halved()) {
-            return -1;
-        }
-        size = Rest(descriptor, size) / 2;
-    }
-    return NEXT(read)(descriptor, buffer, size);
+    const bool hit = Hit(callRead, "read", descriptor);
+    return !hit       ? NEXT(read)(descriptor, buffer, size)
+           : Halved() ? NEXT(read)(descriptor, buffer, Rest(descriptor, size) / 2)
+                      : -1;
 }
 
 ssize_t WriteSome(int descriptor, const void* buffer, std::size_t size) {
-    if (Hit(callWrite, "write", descriptor)) {
-        if (!Halved()) {
-            return -1;
-        }
-        size /= 2;
-    }
-    return NEXT(write)(descriptor, buffer, size);
+    const bool hit = Hit(callWrite, "write", descriptor);
+    return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? size / 2 : size);
 }
 
 int Reserve(int descriptor, int mode, off64_t offset, off64_t length) {
-    const auto next = NEXT(fallocate64);
-    if (!Hit(callReserve, "fallocate", descriptor)) {
-        return next(descriptor, mode, offset, length);
-    }
-    if (Halved()) {
-        next(descriptor, mode, offset, std::max<off64_t>(1, length / 2));
-        errno = plan->error;
-    }
-    return -1;
+    const bool hit = Hit(callReserve, "fallocate", descriptor);
+    const int error = errno;
+    const int result = hit && !Halved() ? -1 : NEXT(fallocate64)(descriptor, mode, offset, hit ? length / 2 : length);
+    errno = hit ? error : errno;
+    return hit ? -1 : result;
 }
 
 ssize_t Read(void* cookie, char* buffer, std::size_t size) {
@@ -161,7 +155,7 @@ ssize_t Write(void* cookie, const char* buffer, std::size_t size) {
 
 int Seek(void* cookie, off64_t* offset, int whence) {
     const int descriptor = static_cast<File*>(cookie)->Descriptor();
-    *offset = Hit(callOther, "lseek", descriptor) ? -1 : NEXT(lseek64)(descriptor, *offset, whence);
+    *offset = Hit(callOther, "lseek64", descriptor) ? -1 : NEXT(lseek64)(descriptor, *offset, whence);
     return *offset < 0 ? -1 : 0;
 }
 
@@ -179,7 +173,7 @@ File* FileOf(const std::FILE* stream) {
 }
 
 /// A stream around the one that `open` makes. All memory comes first, lest a file be cut for want of it.
-template <class Open> std::FILE* Wrap(const char* mode, Open open) {
+template <class Open> std::FILE* Wrap(Path mode, Open open) {
     File* const file = FileOf(nullptr);
     file->stream = fopencookie(file, mode, {Read, Write, Seek, Close});
     file->inner = file->stream == nullptr ? nullptr : open();
@@ -190,22 +184,10 @@ template <class Open> std::FILE* Wrap(const char* mode, Open open) {
     return file->stream;
 }
 
-int Sleep(const timespec& time) {
-    plan->slept += time.tv_sec * 1000 + time.tv_nsec / 1000000;
-    return 0;
-}
-
-bool HitOpening(const char* path, int flags) {
-    return Hit(callOpen, "open", path, (flags & (O_WRONLY | O_RDWR)) != 0);
-}
-
-mode_t ModeOf(int flags, va_list arguments) {
-    return (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
-}
-
 int (*realMain)(int, char**, char**) = nullptr;
 
 int CountedMain(int argc, char** argv, char** environment) {
+    alarm(60);
     unsetenv("LD_PRELOAD");
     plan = MapPlan(getenv("FAULT_PLAN"));
     const int status = realMain(argc, argv, environment);
@@ -217,21 +199,21 @@ int CountedMain(int argc, char** argv, char** environment) {
 
 extern "C" {
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl50-cpp)
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 int __libc_start_main(decltype(realMain) program, int argc, char** argv, void (*init)(), void (*fini)(),
                       void (*loaderFini)(), void* stackEnd) {
     realMain = program;
     return NEXT(__libc_start_main)(CountedMain, argc, argv, init, fini, loaderFini, stackEnd);
 }
 
-std::FILE* fopen64(const char* path, const char* mode) {
+std::FILE* fopen64(Path path, Path mode) {
     return Wrap(mode, [=] {
-        const bool writes = std::strpbrk(mode, "wa+") != nullptr;
-        return Hit(callOpen, "fopen", path, writes) ? nullptr : NEXT(fopen64)(path, mode);
+        const Opening opening = {path, std::strpbrk(mode, "wa+") != nullptr};
+        return Hit(callOpen, "fopen64", opening) ? nullptr : NEXT(fopen64)(path, mode);
     });
 }
 
-std::FILE* fdopen(int descriptor, const char* mode) noexcept {
+std::FILE* fdopen(int descriptor, Path mode) noexcept {
     return Wrap(mode, [=] { return Hit(callOther, "fdopen", descriptor) ? nullptr : NEXT(fdopen)(descriptor, mode); });
 }
 
@@ -239,36 +221,6 @@ int fileno(std::FILE* stream) noexcept {
     const File* const file = FileOf(stream);
     return file == nullptr ? NEXT(fileno)(stream) : file->Descriptor();
 }
-
-int open64(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = ModeOf(flags, arguments);
-    va_end(arguments);
-    return HitOpening(path, flags) ? -1 : NEXT(open64)(path, flags, mode);
-}
-
-int fcntl64(int descriptor, int command, ...) {
-    va_list arguments;
-    va_start(arguments, command);
-    void* const argument = va_arg(arguments, void*);
-    va_end(arguments);
-    return Hit(callOther, "fcntl", descriptor) ? -1 : NEXT(fcntl64)(descriptor, command, argument);
-}
-
-// The names of calls whose sizes the compiler checks.
-int __open64_2(const char* path, int flags) {
-    return open64(path, flags);
-}
-
-ssize_t __read_chk(int descriptor, void* buffer, std::size_t size, std::size_t /*room*/) {
-    return ReadSome(descriptor, buffer, size);
-}
-
-ssize_t __readlink_chk(const char* path, char* buffer, std::size_t size, std::size_t /*room*/) {
-    return readlink(path, buffer, size);
-}
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl50-cpp)
 
 ssize_t read(int descriptor, void* buffer, std::size_t size) {
     return ReadSome(descriptor, buffer, size);
@@ -287,56 +239,61 @@ int fsync(int descriptor) {
 }
 
 int nanosleep(const timespec* time, timespec* left) {
-    return Hit(callOther, "nanosleep", "") ? -1 : plan == nullptr ? NEXT(nanosleep)(time, left) : Sleep(*time);
+    if (plan == nullptr) {
+        return NEXT(nanosleep)(time, left);
+    }
+    plan->slept += time->tv_sec * 1000 + time->tv_nsec / 1000000;
+    return Hit(callOther, "nanosleep", "") ? -1 : 0;
 }
 
-int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    const int result = NEXT(clock_gettime)(clock, now);
-    now->tv_sec += plan == nullptr ? 0 : plan->slept / 1000;
-    return result;
+#ifdef FAULTS_OF_MEMORY
+void* malloc(std::size_t size) noexcept {
+    static const auto next = NEXT(malloc);
+    return Hit(callMemory, "malloc", "") ? nullptr : next(size);
 }
+#endif
 
-int gettimeofday(timeval* now, void* zone) noexcept {
-    const int result = Hit(callOther, "gettimeofday", "") ? -1 : NEXT(gettimeofday)(now, zone);
-    now->tv_sec += plan == nullptr ? 0 : plan->slept / 1000;
-    return result;
-}
-
-#define COUNTED(call, failure, result, function, parameters, subject, ...)                                             \
-    result function parameters {                                                                                       \
+/// A function of another name that takes the place of the one of this name, whose declaration may differ in what the
+/// callers do not see: further parameters, exceptions.
+#define COUNTED(call, result, function, parameters, subject, ...)                                                      \
+    result Own_##function parameters __asm__(#function);                                                               \
+    result Own_##function parameters {                                                                                 \
         static const auto next = NEXT(function);                                                                       \
-        return Hit(call, #function, subject) ? failure : next(__VA_ARGS__);                                            \
+        return Hit(call, #function, subject) ? (result)-1 : next(__VA_ARGS__);                                         \
     }
 
-using Path = const char*;
-using Times = const timespec*;
-using Action = struct sigaction;
+int __open64_2(Path, int); // where the compiler checks the flags
 
 // clang-format off
-COUNTED(callStat,  -1, int,     stat64,      (Path p, struct stat64* s) noexcept,                   p,  p, s)
-COUNTED(callStat,  -1, int,     lstat64,     (Path p, struct stat64* s) noexcept,                   p,  p, s)
-COUNTED(callStat,  -1, int,     fstat64,     (int f, struct stat64* s) noexcept,                    f,  f, s)
-COUNTED(callStat,  -1, int,     access,      (Path p, int mode) noexcept,                           p,  p, mode)
-COUNTED(callStat,  -1, int,     fstatvfs64,  (int f, struct statvfs64* s) noexcept,                 f,  f, s)
-COUNTED(callLock,  -1, int,     flock,       (int f, int how) noexcept,                             f,  f, how)
-COUNTED(callOther, -1, int,     ftruncate64, (int f, off64_t size) noexcept,                        f,  f, size)
-COUNTED(callOther, -1, int,     fchmod,      (int f, mode_t mode) noexcept,                         f,  f, mode)
-COUNTED(callOther, -1, int,     fchown,      (int f, uid_t user, gid_t group) noexcept,             f,  f, user, group)
-COUNTED(callOther, -1, int,     utimensat,   (int at, Path p, Times times, int flags) noexcept,     p,  at, p, times, flags)
-COUNTED(callOther, -1, ssize_t, fgetxattr,   (int f, Path name, void* to, size_t size) noexcept,    f,  f, name, to, size)
-COUNTED(callOther, -1, ssize_t, readlink,    (Path p, char* to, size_t size) noexcept,              p,  p, to, size)
-COUNTED(callOther, -1, off64_t, lseek64,     (int f, off64_t offset, int from) noexcept,            f,  f, offset, from)
-COUNTED(callOther, -1, int,     close,       (int f),                                               f,  f)
-COUNTED(callOther, -1, int,     mkdir,       (Path p, mode_t mode) noexcept,                        p,  p, mode)
-COUNTED(callOther, -1, int,     remove,      (Path p) noexcept,                                     p,  p)
-COUNTED(callOther, -1, int,     unlink,      (Path p) noexcept,                                     p,  p)
-COUNTED(callOther, -1, int,     uname,       (utsname* host) noexcept,                              "", host)
-COUNTED(callOther, -1, int,     getrlimit64, (__rlimit_resource_t what, rlimit64* limit) noexcept,  "", what, limit)
-COUNTED(callOther, -1, int,     sigprocmask, (int how, const sigset_t* to, sigset_t* was) noexcept, "", how, to, was)
-COUNTED(callOther, -1, int,     sigaction,   (int which, const Action* to, Action* was) noexcept,   "", which, to, was)
-#ifdef FAULTS_OF_MEMORY
-COUNTED(callMemory, nullptr, void*, malloc,  (size_t size) noexcept,                                "", size)
-#endif
+#define OPENING Opening{p, (flags & (O_WRONLY | O_RDWR)) != 0}
+COUNTED(callOpen,  int,     open64,      (Path p, int flags, mode_t mode),              OPENING, p, flags, mode)
+COUNTED(callOpen,  int,     __open64_2,  (Path p, int flags),                           OPENING, p, flags)
+COUNTED(callStat,  int,     stat64,      (Path p, struct stat64* s),                    p,  p, s)
+COUNTED(callStat,  int,     lstat64,     (Path p, struct stat64* s),                    p,  p, s)
+COUNTED(callStat,  int,     fstat64,     (int f, struct stat64* s),                     f,  f, s)
+COUNTED(callStat,  int,     fstatfs64,   (int f, struct statfs64* s),                   f,  f, s)
+COUNTED(callStat,  int,     fstatvfs64,  (int f, struct statvfs64* s),                  f,  f, s)
+COUNTED(callLock,  int,     flock,       (int f, int how),                              f,  f, how)
+COUNTED(callOther, int,     fcntl64,     (int f, int command, void* argument),          f,  f, command, argument)
+COUNTED(callOther, int,     ftruncate64, (int f, off64_t size),                         f,  f, size)
+COUNTED(callOther, off64_t, lseek64,     (int f, off64_t offset, int from),             f,  f, offset, from)
+COUNTED(callOther, int,     close,       (int f),                                       f,  f)
+COUNTED(callOther, int,     fchmod,      (int f, mode_t mode),                          f,  f, mode)
+COUNTED(callOther, int,     fchown,      (int f, uid_t user, gid_t group),              f,  f, user, group)
+COUNTED(callOther, int,     utimensat,   (int f, Path p, const timespec* t, int flags), p,  f, p, t, flags)
+COUNTED(callOther, ssize_t, getxattr,    (Path p, Path key, void* to, size_t size),     p,  p, key, to, size)
+COUNTED(callOther, ssize_t, fgetxattr,   (int f, Path key, void* to, size_t size),      f,  f, key, to, size)
+COUNTED(callOther, ssize_t, readlink,    (Path p, char* to, size_t size),               p,  p, to, size)
+COUNTED(callOther, ssize_t, readlinkat,  (int f, Path p, char* to, size_t size),        f,  f, p, to, size)
+COUNTED(callStat,  int,     access,      (Path p, int mode),                            p,  p, mode)
+COUNTED(callOther, int,     mkdir,       (Path p, mode_t mode),                         p,  p, mode)
+COUNTED(callOther, int,     remove,      (Path p),                                      p,  p)
+COUNTED(callOther, int,     unlink,      (Path p),                                      p,  p)
+COUNTED(callOther, int,     uname,       (utsname* host),                               "", host)
+COUNTED(callOther, int,     getrlimit64, (__rlimit_resource_t what, rlimit64* limit),   "", what, limit)
+COUNTED(callOther, int,     sigprocmask, (int how, const sigset_t* s, sigset_t* old),   "", how, s, old)
+COUNTED(callOther, sighandler_t, signal, (int number, sighandler_t handler),            "", number, handler)
+COUNTED(callOther, int,     gettimeofday, (timeval* now, void* zone),                   "", now, zone)
 // clang-format on
 
 } // extern "C"

@@ -1,18 +1,19 @@
 /// How the fault tests work.
 ///
 /// The tool runs with a preload library, Interposer.cpp, that stands between it and the C library. A test lays the
-/// files, writes a Plan into a file, names that file in FAULT_PLAN and the library in LD_PRELOAD, and starts the tool.
-/// Both look at the plan through one mapping, so that the library's report, the second half of the Plan, stands however
-/// the tool ends. From the start of main() to its end the library counts the calls of the sets in `calls`; those
-/// numbered `first` to `last` suffer the `effect`.
+/// files, fills in a Plan, and starts the tool with LD_PRELOAD naming the library and FAULT_PLAN naming the file in
+/// which the plan lies. Test and library map that file, so that what the library reports in it stands however the tool
+/// ends. From the start of main() to its end the library counts the calls of the sets in `calls`; those numbered
+/// `first` to `last` suffer the `effect`.
 ///
-/// What counts as a call is each function of the list at the end of Interposer.cpp. What the C library calls inside
-/// itself cannot be replaced by name: every stream that the tool opens is therefore one whose reads, writes, seeks and
-/// closing are functions of the library. All buffering and all error flags stay the C library's own; a flush fails by
-/// its writes. Two calls are counted and not made: fsync, since only a power cut shows what it does, and sleeping,
-/// which moves the clock instead.
+/// A call is one to a function of the table at the end of Interposer.cpp. What the C library calls inside itself cannot
+/// be replaced by name: every stream is therefore one whose reads, writes, seeks and closing are functions of the
+/// library. All buffering and all error flags stay the C library's own; a flush fails by its writes. Two calls are
+/// counted and not made: fsync, since only lost power shows what it does, and nanosleep, so that a minute passes at
+/// once.
 ///
-/// To look at one fault, give its number: the test then prints every call of the run, the log and the files.
+/// A test that fails prints the calls of the run with their numbers, and its log. So does one fault that is run by
+/// hand:
 ///
 ///     FAULT_CALL=31 build/release/tests/faults_tests --gtest_filter='*/Growth_AnyCall'
 
@@ -49,9 +50,9 @@ enum class Effect {
     command, ///< a shell command runs before the call, which then takes its course
 };
 
-/// A call as it was made, of whatever set but that of memory.
+/// A call as it was made.
 struct Step {
-    long number; ///< among the calls of the set, 0 for none of them
+    long number; ///< among the calls of the sets, 0 for none of them
     bool hit;
     bool writes; ///< of an opening: for writing
     char call[16];
@@ -59,16 +60,16 @@ struct Step {
 };
 
 struct Plan {
-    unsigned calls = 0; ///< a set of Only(...)
-    long first = 0;     ///< the first call of the set to be hit, from 1
+    unsigned calls = 0;
+    long first = 0; ///< from 1
     long last = 0;
     Effect effect = Effect::fail;
     int error = 0;          ///< the errno, or the number of the signal
     char command[256] = {}; ///< of a neighbour that fills the disk: its file
     char failing[16] = {};  ///< the first call of this name on agent/Global.qxc fails besides
-    long reached = 0;       ///< calls of the set
     long injected = 0;      ///< calls that were hit
     long slept = 0;         ///< in milliseconds
+    long reached = 0;
     long stepCount = 0;
     Step steps[256] = {};
 };
