@@ -9,6 +9,8 @@
 #include <iostream>
 #include <map>
 #include <random>
+#include <regex>
+#include <sstream>
 
 #include <sys/file.h>
 

@@ -68,7 +68,7 @@ TEST_F(DiskTest, FreePages) {
                 SCOPED_TRACE(freePages);
                 LayOnFullDisk(run, freePages);
                 const long last = canReserve ? 0 : LONG_MAX;
-                seen.insert(Check(run, Run(run, {Only(callReserve), 1, last, Effect::fail, EOPNOTSUPP}), false));
+                seen.insert(Check(run, Run(run, {Only(callRoom), 1, last, Effect::fail, EOPNOTSUPP}), false));
             }
             EXPECT_EQ(seen.size(), run.edited.size() > run.live.size() ? 2U : 1U) << run;
         }
@@ -98,7 +98,7 @@ TEST_F(DiskTest, NeighbourAppendsWithoutEnd) {
     for (const Case& run : {growth, growthAgain, unregistration, refusal}) {
         for (long i = Setting("FAULT_NEIGHBOURS", 18); i > 0; --i) {
             LayOnFullDisk(run, static_cast<unsigned long>(i % 9));
-            const useconds_t delay = random() % 3000;
+            const auto delay = static_cast<useconds_t>(random() % 3000);
             const pid_t neighbour = fork();
             if (neighbour == 0) {
                 const int file = open(m_filler.c_str(), O_WRONLY | O_APPEND);

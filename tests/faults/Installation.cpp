@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstring>
 #include <regex>
+#include <regex>
 
 #include <spawn.h>
 #include <sys/mount.h>
@@ -75,6 +76,7 @@ void Installation::Lay(const Case& run) const {
     if (run.place == Case::fifo) {
         std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
         mkfifo(m_copy.c_str(), 0600);
+        mkfifo(m_namelessCopy.c_str(), 0600);
     } else if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
     }

@@ -137,7 +137,7 @@ ssize_t WriteSome(int descriptor, const void* buffer, std::size_t size) {
 }
 
 int Reserve(int descriptor, int mode, off64_t offset, off64_t length) {
-    const bool hit = Hit(callReserve, "fallocate", descriptor);
+    const bool hit = Hit(callRoom, "fallocate", descriptor);
     const int error = errno;
     const int result = hit && !Halved() ? -1 : NEXT(fallocate64)(descriptor, mode, offset, hit ? length / 2 : length);
     errno = hit ? error : errno;

@@ -24,17 +24,7 @@
 #include <unistd.h>
 
 /// The sets of calls.
-enum Call : unsigned {
-    callOpen,
-    callRead,
-    callWrite,
-    callReserve,
-    callSync,
-    callLock,
-    callStat,
-    callOther,
-    callMemory
-};
+enum Call : unsigned { callOpen, callRead, callWrite, callRoom, callSync, callLock, callStat, callOther, callMemory };
 
 constexpr unsigned Only(Call call) {
     return 1U << call;
