@@ -1,7 +1,7 @@
 #include "Mis/TaskOptions.h"
 
-#include "Mis/TaskKeys.h"
 #include "Mis/KeyIndex.h"
+#include "Mis/TaskKeys.h"
 
 #include <string_view>
 

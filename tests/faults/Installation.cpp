@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstring>
 #include <regex>
-#include <regex>
 
 #include <spawn.h>
 #include <sys/mount.h>

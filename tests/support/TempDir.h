@@ -10,8 +10,8 @@
 /// A scratch directory that goes with its owner.
 class TempDir {
 public:
-    TempDir() {
-        std::string name = std::filesystem::temp_directory_path() / "plugsetter-XXXXXX";
+    explicit TempDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+        std::string name = parent / "plugsetter-XXXXXX";
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no scratch directory");
         }

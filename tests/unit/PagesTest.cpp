@@ -43,7 +43,10 @@ TEST(Pages, ListEachKeyOnce) {
                        std::to_string(row.maxVersion) + " Ta " +
                        (row.typeMask == 0xffff ? "all" : std::to_string(row.typeMask)) + " Ta " + row.description);
     }
-    EXPECT_THAT(Found(page, "\\.It ((?!Sy).*)"), testing::UnorderedElementsAreArray(rows));
+    std::vector<std::string> listed = Found(page, "\\.It ((?!Sy ).*)");
+    std::sort(listed.begin(), listed.end());
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ(listed, rows);
 }
 
 TEST(Pages, ListEachRecordOfARun) {
