@@ -1,7 +1,7 @@
 #include "Mis/TaskData.h"
 
-#include "Mis/KeyTable.h"
-#include "Mis/TaskValue.h"
+#include "Mis/TaskData/KeyTable.h"
+#include "Mis/TaskData/TaskValue.h"
 #include "classlib/String.h"
 
 #include <cassert>

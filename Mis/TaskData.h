@@ -1,11 +1,11 @@
 #pragma once
 
-#include "Mis/TaskEntries.h"
-#include "Mis/TaskEntry.h"
+#include "Mis/TaskData/TaskEntries.h"
+#include "Mis/TaskData/TaskEntry.h"
+#include "Mis/TaskData/TaskReader.h"
+#include "Mis/TaskData/TaskWriter.h"
 #include "Mis/TaskKeys.h"
 #include "Mis/TaskOptions.h"
-#include "Mis/TaskReader.h"
-#include "Mis/TaskWriter.h"
 #include "Mis/VObject.h"
 #include "Mis/VString.h"
 #include "Mis/Version.h"

@@ -1,6 +1,6 @@
 #include "Mis/TaskOptions.h"
 
-#include "Mis/KeyIndex.h"
+#include "Mis/TaskData/KeyIndex.h"
 #include "Mis/TaskKeys.h"
 
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "MessageLIB/Message.h"
-#include "Mis/KeyTable.h"
 #include "Mis/TaskData.h"
+#include "Mis/TaskData/KeyTable.h"
 #include "Mis/VString.h"
 
 #include <benchmark/benchmark.h>

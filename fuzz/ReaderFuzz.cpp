@@ -1,4 +1,4 @@
-#include "fuzz/RoundTrip.h"
+#include "tests/support/RoundTrip.h"
 
 #include <cassert>
 

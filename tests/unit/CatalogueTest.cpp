@@ -1,4 +1,4 @@
-#include "Mis/KeyTable.h"
+#include "Mis/TaskData/KeyTable.h"
 #include "Mis/VError.h"
 #include "Plugins/IPluginsCommon.h"
 #include "Plugins/Unix/IPlugins.h"

@@ -1,6 +1,6 @@
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Upgrade.h"
-#include "fuzz/RoundTrip.h"
+#include "tests/support/RoundTrip.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Mis/TaskEntry.h"
+#include "Mis/TaskData/TaskEntry.h"
 
 #include <cstddef>
 #include <unordered_map>

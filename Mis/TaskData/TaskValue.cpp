@@ -1,4 +1,4 @@
-#include "Mis/TaskValue.h"
+#include "Mis/TaskData/TaskValue.h"
 
 #include "classlib/String.h"
 

@@ -1,6 +1,6 @@
-#include "Mis/KeyTable.h"
+#include "Mis/TaskData/KeyTable.h"
 
-#include "Mis/KeyIndex.h"
+#include "Mis/TaskData/KeyIndex.h"
 #include "classlib/String.h"
 
 #include <algorithm>

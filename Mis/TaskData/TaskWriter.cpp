@@ -1,4 +1,4 @@
-#include "Mis/TaskWriter.h"
+#include "Mis/TaskData/TaskWriter.h"
 
 #include "classlib/String.h"
 

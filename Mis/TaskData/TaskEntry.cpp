@@ -1,6 +1,6 @@
-#include "Mis/TaskEntry.h"
+#include "Mis/TaskData/TaskEntry.h"
 
-#include "Mis/KeyTable.h"
+#include "Mis/TaskData/KeyTable.h"
 #include "classlib/String.h"
 
 VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)

@@ -1,4 +1,4 @@
-#include "Mis/TaskEntries.h"
+#include "Mis/TaskData/TaskEntries.h"
 
 #include <algorithm>
 #include <cassert>

@@ -1,4 +1,4 @@
-#include "Mis/TaskReader.h"
+#include "Mis/TaskData/TaskReader.h"
 
 #include "classlib/String.h"
 
