@@ -20,7 +20,10 @@ endfunction()
 install(TARGETS PlugSetter DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Program)
 install(FILES README.md packaging/copyright DESTINATION ${docs} COMPONENT Program)
 install(DIRECTORY docs/ DESTINATION ${docs} COMPONENT Program)
-install(DIRECTORY examples DESTINATION ${docs} USE_SOURCE_PERMISSIONS COMPONENT Program)
+# The permissions of a checkout depend on who made it.
+install(DIRECTORY examples DESTINATION ${docs} COMPONENT Program
+  FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE
+  REGEX "\\.[a-z]+$|/triggers$" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 file(GLOB manuals CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} man/*.[1-9])
 foreach(manual ${manuals})
   get_filename_component(name ${manual} NAME)
@@ -28,6 +31,13 @@ foreach(manual ${manuals})
   compress(${manual} ${name} ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT Program)
 endforeach()
 compress(CHANGELOG.md changelog ${docs} COMPONENT Program)
+if(PLUGSETTER_STATIC STREQUAL ALL)
+  # Of the works that are linked in. Elsewhere than on Debian their texts are not at hand.
+  install(FILES /usr/share/common-licenses/Apache-2.0 /usr/share/common-licenses/LGPL-2.1
+    DESTINATION ${docs}/licenses COMPONENT Program)
+  install(FILES /usr/share/doc/libc6-dev/copyright RENAME libc DESTINATION ${docs}/licenses COMPONENT Program)
+  install(FILES /usr/share/doc/libssl-dev/copyright RENAME libcrypto DESTINATION ${docs}/licenses COMPONENT Program)
+endif()
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/AgentClient)
 target_include_directories(AgentClient PUBLIC $<INSTALL_INTERFACE:${headers}>)

@@ -34,9 +34,14 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${description}")
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_AUTOREQPROV no)
 set(CPACK_RPM_PACKAGE_DESCRIPTION "${description}")
-set(CPACK_RPM_PACKAGE_LICENSE "All rights reserved, Apache-2.0, GPL-3.0-or-later WITH GCC-exception-3.1, LGPL-2.1-or-later")
+set(CPACK_RPM_PACKAGE_SUMMARY "Register plug-ins of a backup agent")
+set(CPACK_RPM_PACKAGE_LICENSE "LicenseRef-All-Rights-Reserved AND Apache-2.0 AND LGPL-2.1-or-later")
 set(CPACK_RPM_COMPRESSION_TYPE xz)
-set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
+set(CPACK_RPM_SPEC_MORE_DEFINE
+"%define _build_id_links none
+%define _buildhost localhost
+%define use_source_date_epoch_as_buildtime 1
+%define clamp_mtime_to_source_date_epoch 1")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/sbin /usr/share/man /usr/share/man/man5 /usr/share/man/man7 /usr/share/man/man8)
 include(CPack)
