@@ -11,21 +11,21 @@ find_program(GZIP gzip REQUIRED)
 function(compress source name destination)
   set(compressed ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
   add_custom_command(OUTPUT ${compressed}
-    COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_SOURCE_DIR}/${source} > ${compressed}
-    DEPENDS ${source} VERBATIM)
+    COMMAND ${GZIP} -9nc ${source} > ${compressed}
+    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} DEPENDS ${source} VERBATIM)
   set_property(GLOBAL APPEND PROPERTY compressed_files ${compressed})
   install(FILES ${compressed} DESTINATION ${destination} ${ARGN})
 endfunction()
 
 install(TARGETS PlugSetter DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Program)
 install(FILES README.md packaging/copyright DESTINATION ${docs} COMPONENT Program)
-install(DIRECTORY docs/ DESTINATION ${docs} COMPONENT Program)
+install(DIRECTORY docs DESTINATION ${docs} COMPONENT Program)
 # The permissions of a checkout depend on who made it.
 install(DIRECTORY examples DESTINATION ${docs} COMPONENT Program
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE
   REGEX "\\.[a-z]+$|/triggers$" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 file(GLOB manuals CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} man/*.[1-9])
-foreach(manual ${manuals})
+foreach(manual ${manuals} ${keys_page})
   get_filename_component(name ${manual} NAME)
   string(REGEX MATCH "[1-9]$" section ${manual})
   compress(${manual} ${name} ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT Program)
