@@ -17,7 +17,6 @@ off_t RoundedUp(off_t length, off_t block) noexcept {
 
 bool HasHole(int file, off_t length) noexcept {
     const off_t hole = lseek(file, 0, SEEK_HOLE);
-    lseek(file, 0, SEEK_SET);
     return hole >= 0 && hole < length;
 }
 

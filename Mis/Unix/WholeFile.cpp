@@ -80,12 +80,13 @@ bool Overwrite(const Target& target, const FileStatus& before, const std::string
     const auto length = static_cast<off_t>(text.size());
     Pad(text, static_cast<std::uint64_t>(before.Size()));
     const bool hasRoom = sys_reserve(file, before, length);
-    const std::size_t written = hasRoom ? WriteOnce(file, text) : 0;
-    const bool complete = hasRoom && written == text.size();
+    const bool isAtStart = hasRoom && lseek(file, 0, SEEK_SET) == 0;
+    const std::size_t written = isAtStart ? WriteOnce(file, text) : 0;
+    const bool complete = isAtStart && written == text.size();
     // Unless the text is complete, cutting only gives back what was reserved.
     const off_t valid = complete ? length : std::max(before.Size(), static_cast<off_t>(written));
     const bool cut = ftruncate(file, valid) == 0;
-    if (target.created && !hasRoom) {
+    if (target.created && !complete && written == 0) {
         unlink(path.c_str());
     }
     return complete && cut && sys_synchronise(file) &&
