@@ -48,25 +48,19 @@ protected:
         do {
             plan.last = ++plan.first;
             Lay(m_case);
-            const Outcome outcome = Run(m_case, plan);
+            Check(m_case, Run(m_case, plan));
             const Step& call = m_plan->steps[m_plan->stepCount - 1];
-            EXPECT_EQ(Lies(m_case, outcome, false), "") << Story();
-            EXPECT_NE(Live(m_case), "other") << Story();
             m_moments.push_back({{}, Claims(7953) || Claims(7960), Claims(7945), ""});
             m_moments.back().synchronised = std::strcmp(call.call, "fsync") == 0 ? call.path : "";
             for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {
                 m_moments.back().files[entry.path()] = entry.is_regular_file() ? ReadFile(entry.path()) : "";
             }
         } while (m_plan->injected > 0);
-        EXPECT_EQ(RunAgain(), m_case.edited.empty() || *m_case.failing != '\0' ? "old" : "new") << Story();
-    }
-
-    /// After the last kill a run on the intact file does as if nothing had been. Returns: what the file holds then.
-    std::string RunAgain() const {
+        // After the last kill a run on the intact file does as if nothing had been.
         WriteFile(m_live, m_case.live);
-        EXPECT_EQ(Lies(m_case, Run(m_case, Plan()), false), "");
+        const bool mustFail = m_case.edited.empty() || *m_case.failing != '\0';
+        EXPECT_EQ(Check(m_case, Run(m_case, Plan())), mustFail ? "old" : "new");
         EXPECT_EQ(Copy(m_case), "old");
-        return Live(m_case);
     }
 
     Found FoundIn(const std::string& path, const Disk& disk, std::size_t now) const {
@@ -120,7 +114,9 @@ protected:
                 for (const auto& copy : FoundIn(m_copy, disk, now)) {
                     ++states;
                     const std::string reason = Judge(m_moments[now], live, copy == m_case.live);
-                    wrong = wrong.empty() && !reason.empty() ? reason + " at call " + std::to_string(now) : wrong;
+                    if (wrong.empty() && !reason.empty()) {
+                        wrong = reason + " at call " + std::to_string(now);
+                    }
                 }
             }
         }

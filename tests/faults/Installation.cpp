@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <iostream>
 #include <regex>
 
 #include <spawn.h>
@@ -66,20 +67,23 @@ Installation::~Installation() {
     if (m_mounted) {
         umount((m_dir / "").c_str());
     }
+    for (const auto& [kind, count] : m_tally) {
+        std::cout << count << " x " << kind << "\n";
+    }
 }
 
 void Installation::Lay(const Case& run) const {
     std::filesystem::remove_all(m_dir / "agent");
     std::filesystem::remove_all(m_dir / "backups");
     WriteFile(m_live, run.live);
-    if (run.place == Case::fifo) {
+    if (run.place == Case::Place::fifo) {
         std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
         mkfifo(m_copy.c_str(), 0600);
         mkfifo(m_namelessCopy.c_str(), 0600);
     } else if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
     }
-    if (run.place == Case::link) {
+    if (run.place == Case::Place::link) {
         std::filesystem::rename(m_copy, m_copy + ".linked");
         std::filesystem::create_symlink("Global.qxc.linked", m_copy);
     }
@@ -144,12 +148,6 @@ bool Installation::Claims(int number) const {
     return ReadFile(m_log).find("ID=\"" + std::to_string(number) + "\"") != std::string::npos;
 }
 
-std::string Installation::Kind(const Case& run, const Outcome& outcome) const {
-    const bool killed = outcome.signal != 0;
-    return (killed ? "signal " : "exit ") + std::to_string(killed ? outcome.signal : outcome.status) + ", " +
-           Live(run) + (Claims(7945) ? ", put back" : "") + (Claims(7943) ? ", not put back" : "");
-}
-
 std::string Installation::Lies(const Case& run, const Outcome& outcome, bool untouched) const {
     const std::string live = Live(run);
     const bool hasCopy = live == "old" || Copy(run) == "old";
@@ -166,6 +164,24 @@ std::string Installation::Lies(const Case& run, const Outcome& outcome, bool unt
         lies += live == "old" || Claims(7943) || !Claims(7962) ? "" : "; the log does not say that the file is spoilt";
     }
     return lies;
+}
+
+std::string Installation::Check(const Case& run, const Outcome& outcome, bool untouched, bool maySpoil) {
+    std::string live = Live(run);
+    const bool killed = outcome.signal != 0;
+    const std::string kind = (killed ? "signal " : "exit ") + std::to_string(killed ? outcome.signal : outcome.status) +
+                             ", " + live + (Claims(7945) ? ", put back" : "") + (Claims(7943) ? ", not put back" : "");
+    ++m_tally[run.name + (": " + kind)];
+    const std::string lies =
+        Lies(run, outcome, untouched) + (live == "other" && !maySpoil ? "; the file is spoilt" : "");
+    EXPECT_EQ(lies, "") << kind << "\n" << outcome.output << Story();
+    return live;
+}
+
+bool Installation::WroteLive() const {
+    return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, [](const Step& step) {
+        return std::strcmp(step.call, "write") == 0 && std::string_view(step.path).ends_with("agent/Global.qxc");
+    });
 }
 
 std::string Installation::Story() const {

@@ -6,20 +6,21 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <ostream>
 
 /// What a run starts from.
 struct Case {
-    enum Place { plain, link, fifo };
+    enum class Place { file, link, fifo };
 
     const char* name;
     const char* option;
     const char* plugin;
     std::string live;
-    std::string edited;      ///< the new bytes; empty for a run that must fail
-    std::string earlierCopy; ///< empty for none
-    Place place = plain;     ///< what is in the place of the copy
-    bool relative = false;   ///< directories are given so
+    std::string edited;        ///< the new bytes; empty for a run that must fail
+    std::string earlierCopy;   ///< empty for none
+    Place place = Place::file; ///< what is in the place of the copy
+    bool relative = false;     ///< directories are given so
     /// A call of the save that fails, so that the file is put back.
     const char* failing = "";
 
@@ -39,10 +40,10 @@ inline const std::string withoutComment = registered.substr(registered.find("Bui
 // clang-format off
 inline const Case growth =         {"Growth",     "-r", "ORACLE",      withoutComment, registered,   ""};
 inline const Case registration =   {"Register",   "-r", "ORACLE",      original,       registered,   ""};
-inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,       unregistered, longCopy, Case::plain, true};
-inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      rejected,       "",           shortCopy, Case::link};
-inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,       unregistered, "", Case::plain, true, "ftruncate64"};
-inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,       "",           "", Case::fifo};
+inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,       unregistered, longCopy,  Case::Place::file, true};
+inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      rejected,       "",           shortCopy, Case::Place::link};
+inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,       unregistered, "",        Case::Place::file, true, "ftruncate64"};
+inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,       "",           "",        Case::Place::fifo};
 // clang-format on
 
 /// A text of which a run breaks a line.
@@ -78,12 +79,14 @@ protected:
     std::string Copy(const Case& run) const;
     /// True when the log holds the record.
     bool Claims(int number) const;
-    /// Returns: how the run ended, what the file holds, and what the log says of restoring.
-    std::string Kind(const Case& run, const Outcome& outcome) const;
-    /// Compares the exit status and the log with the bytes. `untouched`: there is a reason for a run that succeeds to
-    /// leave the file as it was. Returns: what is not true, empty for nothing.
+    /// What is not true when the exit status and the log are compared with the bytes. `untouched`: there is a reason
+    /// for a run that succeeds to leave the file as it was.
     std::string Lies(const Case& run, const Outcome& outcome, bool untouched) const;
-    /// The calls of the last run under a plan, and the log.
+    /// Expects no lies, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file holds.
+    std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
+    /// True when the last run under a plan began to write to the live file.
+    bool WroteLive() const;
+    /// The calls of that run, and the log.
     std::string Story() const;
 
     const TempDir m_dir;
@@ -94,6 +97,7 @@ protected:
     const std::string m_copy;
 
 private:
+    std::map<std::string, int> m_tally;
     const int m_planMemory = memfd_create("plan", MFD_CLOEXEC);
     const int m_outputMemory = memfd_create("output", MFD_CLOEXEC);
     const std::filesystem::path m_before = std::filesystem::current_path();

@@ -262,6 +262,7 @@ void* malloc(std::size_t size) noexcept {
         return Hit(call, #function, subject) ? (result)-1 : next(__VA_ARGS__);                                         \
     }
 
+// NOLINTBEGIN(bugprone-reserved-identifier,performance-no-int-to-ptr)
 int __open64_2(Path, int); // where the compiler checks the flags
 
 // clang-format off
@@ -295,5 +296,6 @@ COUNTED(callOther, int,     sigprocmask, (int how, const sigset_t* s, sigset_t* 
 COUNTED(callOther, sighandler_t, signal, (int number, sighandler_t handler),            "", number, handler)
 COUNTED(callOther, int,     gettimeofday, (timeval* now, void* zone),                   "", now, zone)
 // clang-format on
+// NOLINTEND(bugprone-reserved-identifier,performance-no-int-to-ptr)
 
 } // extern "C"
