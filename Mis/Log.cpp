@@ -64,9 +64,9 @@ void ApplyAccess(const OutputFile& output) {
         return;
     }
     if (output.created) {
-        sys_giveAccess(output.file.Number(), *g_logAccess);
-    } else if (FileStatus::Of(output.file.Number()).HasOneName()) {
-        sys_narrowAccess(output.file.Number(), *g_logAccess);
+        sys_giveAccess(output.file.Number(), output.status, *g_logAccess);
+    } else if (output.status.HasOneName()) {
+        sys_narrowAccess(output.file.Number(), output.status, *g_logAccess);
     }
 }
 
@@ -77,7 +77,7 @@ std::FILE* OpenFile(const std::string& path, bool truncate) {
         return nullptr;
     }
     ApplyAccess(output);
-    if (truncate && FileStatus::Of(output.file.Number()).IsRegular() && ftruncate(output.file.Number(), 0) != 0) {
+    if (truncate && output.status.IsRegular() && ftruncate(output.file.Number(), 0) != 0) {
         return nullptr;
     }
     std::FILE* const file = fdopen(output.file.Number(), truncate ? "w" : "a+");

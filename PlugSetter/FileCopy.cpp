@@ -23,39 +23,38 @@ constexpr mode_t ownerOnly = 0600;
 
 /// Opens the place of a copy, emptied and, where it is a file of its own, closed to everybody else. Returns: no open
 /// file when that cannot be had; errno tells why.
-Descriptor OpenEmpty(const std::string& copy, const FileStatus& source) {
+OutputFile OpenEmpty(const std::string& copy, const FileStatus& source) {
     OutputFile output = sys_openOutput(copy, O_RDWR, ownerOnly);
     const int file = output.file.Number();
-    const FileStatus status = FileStatus::Of(file);
-    if (status.IsSameAs(source)) {
+    if (output.status.IsSameAs(source)) {
         errno = EEXIST;
         return {};
     }
-    if (!output.created && status.HasOneName() && fchmod(file, ownerOnly) != 0) {
+    if (!output.created && output.status.HasOneName() && fchmod(file, ownerOnly) != 0) {
         return {};
     }
-    if (status.IsRegular() && ftruncate(file, 0) != 0) {
+    if (output.status.IsRegular() && ftruncate(file, 0) != 0) {
         return {};
     }
-    return std::move(output.file);
+    return output;
 }
 
 /// An earlier copy whose mode stands in the way is replaced.
 bool RemoveClosed(const std::string& copy, const FileStatus& source) {
+    const bool isClosed = errno == EACCES || errno == EPERM;
     const FileStatus entry = FileStatus::OfEntry(copy);
-    return (errno == EACCES || errno == EPERM) && entry.HasOneName() && !entry.IsSameAs(source) &&
-           sys_remove(copy.c_str());
+    return isClosed && entry.HasOneName() && !entry.IsSameAs(source) && sys_remove(copy.c_str());
 }
 
 Descriptor OpenCopy(const std::string& copy, int source, const FileStatus& status) {
-    Descriptor file = OpenEmpty(copy, status);
-    if (!file.IsOpen() && RemoveClosed(copy, status)) {
-        file = OpenEmpty(copy, status);
+    OutputFile output = OpenEmpty(copy, status);
+    if (!output.file.IsOpen() && RemoveClosed(copy, status)) {
+        output = OpenEmpty(copy, status);
     }
-    if (FileStatus::Of(file.Number()).HasOneName()) {
-        sys_giveAccess(file.Number(), sys_accessOf(source, status));
+    if (output.status.HasOneName()) {
+        sys_giveAccess(output.file.Number(), output.status, sys_accessOf(source, status));
     }
-    return file;
+    return std::move(output.file);
 }
 
 void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
@@ -113,6 +112,9 @@ void copyFile(const std::string& source, const std::string& destination, VBinary
         err_fail(msgCopyDirectoryNotMade, directory.c_str());
     }
     const FileStatus status = FileStatus::Of(in.GetDescriptor());
+    if (!status.IsPresent()) {
+        err_fail(msgUnexpected, label);
+    }
     VBinaryStream out;
     out.Open(OpenCopy(destination, in.GetDescriptor(), status), destination.c_str(), mode);
     CopyBytes(in, out);

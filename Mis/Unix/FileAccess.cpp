@@ -33,16 +33,14 @@ FileAccess sys_accessOf(const std::string& path, const FileStatus& status) {
     return AccessOf(status, getxattr(path.c_str(), accessList, nullptr, 0));
 }
 
-void sys_giveAccess(int descriptor, const FileAccess& access) {
-    const FileStatus status = FileStatus::Of(descriptor);
+void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
     const bool belongs = status.Owner() == access.owner && status.Group() == access.group;
     const bool given = belongs || fchown(descriptor, access.owner, access.group) == 0;
     // What fails leaves the file as it was made, which nobody else can read.
     static_cast<void>(fchmod(descriptor, given ? access.mode : access.mode & ownerBits));
 }
 
-bool sys_narrowAccess(int descriptor, const FileAccess& access) {
-    const FileStatus status = FileStatus::Of(descriptor);
+bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
     mode_t allowed = access.mode | ownerBits;
     if ((access.mode & readBits) != readBits) {
         const bool sameGroup = status.Group() == access.group;

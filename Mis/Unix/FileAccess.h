@@ -19,10 +19,10 @@ struct FileAccess {
 FileAccess sys_accessOf(int descriptor, const FileStatus& status);
 FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 
-/// Gives a file of this process, still empty, the owner and the bits of `access`. Where the owner cannot be set, only
-/// the file's own owner can read it.
-void sys_giveAccess(int descriptor, const FileAccess& access);
+/// Gives an open file with this status, which is still empty and readable by its owner only, the owner and the bits of
+/// `access`. Where the owner cannot be set, only the file's own owner can read it.
+void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
-/// Takes from a file the bits by which more could read it than `access` lets; adds none. The owner stays. Returns:
-/// false when the bits could not be changed.
-bool sys_narrowAccess(int descriptor, const FileAccess& access);
+/// Takes from an open file with this status the bits by which more could read it than `access` lets; adds none. The
+/// owner stays. Returns: false when the bits could not be changed.
+bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);

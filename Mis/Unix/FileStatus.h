@@ -15,6 +15,8 @@ enum class Presence {
 
 class FileStatus {
 public:
+    /// Nothing is known yet.
+    FileStatus() = default;
     /// Of the file that `path` names; links are followed.
     static FileStatus Of(const std::string& path) noexcept;
     /// Of the entry itself, which may be a link.
@@ -44,8 +46,8 @@ public:
 private:
     FileStatus(int result, const struct stat& status) noexcept;
 
-    Presence m_presence;
-    struct stat m_status;
+    Presence m_presence = Presence::unknown;
+    struct stat m_status = {};
 };
 
 /// True when `path` leads, or would lead once it is made, to the file with this name and status.

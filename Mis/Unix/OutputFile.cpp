@@ -1,7 +1,5 @@
 #include "Mis/Unix/OutputFile.h"
 
-#include "Mis/Unix/FileStatus.h"
-
 #include <cerrno>
 #include <climits>
 #include <utility>
@@ -18,9 +16,9 @@ OutputFile OpenEntry(const std::string& path, int flags, mode_t mode) {
     Descriptor created(open(path.c_str(), flags | O_CREAT | O_EXCL | careful, mode));
     if (created.IsOpen() || errno != EEXIST) {
         const bool isNew = created.IsOpen();
-        return {std::move(created), isNew};
+        return {std::move(created), isNew, {}};
     }
-    return {Descriptor(open(path.c_str(), flags | careful)), false};
+    return {Descriptor(open(path.c_str(), flags | careful)), false, {}};
 }
 
 /// The links of the process file system stand for open files; their text need not be a name.
@@ -57,7 +55,7 @@ OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
             break;
         }
         if (IsProcessLink(link.Number())) {
-            return {Descriptor(open(path.c_str(), flags | (careful & ~O_NOFOLLOW))), false};
+            return {Descriptor(open(path.c_str(), flags | (careful & ~O_NOFOLLOW))), false, {}};
         }
         path = TargetOf(link.Number(), path);
     }
@@ -69,12 +67,15 @@ OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
 
 OutputFile sys_openOutput(const std::string& path, int flags, mode_t mode) {
     OutputFile output = OpenThroughLinks(path, flags, mode);
-    const FileStatus status = FileStatus::Of(output.file.Number());
-    if (status.IsPipe()) {
+    if (!output.file.IsOpen()) {
+        return output;
+    }
+    output.status = FileStatus::Of(output.file.Number());
+    if (!output.status.IsPresent() || output.status.IsPipe()) {
         errno = ENXIO;
         return {};
     }
-    if (output.file.IsOpen() && !status.IsRegular()) {
+    if (!output.status.IsRegular()) {
         fcntl(output.file.Number(), F_SETFL, flags);
     }
     return output;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Mis/Unix/Descriptor.h"
+#include "Mis/Unix/FileStatus.h"
 
 #include <string>
 
@@ -10,6 +11,7 @@
 struct OutputFile {
     Descriptor file; ///< not open when it failed; errno tells why
     bool created = false;
+    FileStatus status; ///< of the open file, before anything is changed
 };
 
 /// Opens `path` for a copy or a log, made with `mode` when it is missing, in the way of `flags` (as open takes them,

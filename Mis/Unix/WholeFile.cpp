@@ -53,7 +53,7 @@ Target OpenTarget(const std::string& path, bool mayCreate, const FileAccess* acc
     }
     Descriptor created(open(path.c_str(), plain | O_CREAT, access == nullptr ? 0666 : 0600));
     if (created.IsOpen() && access != nullptr) {
-        sys_giveAccess(created.Number(), *access);
+        sys_giveAccess(created.Number(), FileStatus::Of(created.Number()), *access);
     }
     const bool isNew = created.IsOpen();
     return {std::move(created), isNew};
