@@ -94,10 +94,11 @@ template <class Subject> bool Hit(Call call, Path name, Subject subject) {
     }
     const int error = errno;
     static Step beyond;
-    Step& step = plan->stepCount < std::ssize(plan->steps) ? plan->steps[plan->stepCount] : beyond;
+    const bool hasRoom = plan->stepCount < std::ssize(plan->steps);
+    Step& step = hasRoom ? plan->steps[plan->stepCount] : beyond;
     step = {};
     if (call != callMemory) {
-        ++plan->stepCount;
+        plan->stepCount += hasRoom ? 1 : 0;
         std::strncpy(step.call, name, sizeof step.call - 1);
         Describe(step, subject);
     }
