@@ -1,5 +1,6 @@
 #include "Mis/BinStrm.h"
 #include "Mis/Log.h"
+#include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/Unix/UtilitiesUnix.h"
@@ -13,6 +14,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstring>
 #include <functional>
 
 #include <fcntl.h>
@@ -112,6 +114,10 @@ TEST(BinaryStream, LostBytesAreSeen) {
     EXPECT_LT(stream.WriteRawData(bytes, sizeof bytes), sizeof bytes);
     errno = 0;
     EXPECT_EQ(Thrown([&] { stream.Close(); }), error) << "a write that failed earlier counts, with its own cause";
+    VBinaryStream takenOver;
+    takenOver.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full", M::WriteMode);
+    EXPECT_EQ(takenOver.WriteRawData(bytes, 1), 1U);
+    EXPECT_EQ(Thrown([&] { takenOver.Close(); }), error);
 }
 
 class Services : public testing::Test {
@@ -205,6 +211,9 @@ TEST_F(Services, TellWhatIsThere) {
     EXPECT_EQ(sys_fopen(nullptr, "r", 0), nullptr);
     EXPECT_EQ(sys_fopen("/dev/null", nullptr, 0), nullptr);
     EXPECT_EQ(errno, 7);
+    char node[65] = ".";
+    EXPECT_EQ(sys_getnodename(node, 0), 1);
+    EXPECT_EQ(std::strchr(node, '.'), nullptr);
     errno = ENOENT;
     EXPECT_EQ(std::unique_ptr<VI18NError>(getSystemError())->what(), "BSTR-E-4096: No such file or directory");
     errno = 0;

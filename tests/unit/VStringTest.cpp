@@ -72,6 +72,9 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     VString text("abc");
     text += "de";
     EXPECT_EQ(Header(text), (Ints{1, 5, 5}));
+    const char* const exact = text;
+    text.FreeExtra();
+    EXPECT_EQ(static_cast<const char*>(text), exact);
     const char* const reserved = text.GetBuffer(100);
     text += text;
     text = static_cast<const char*>(text) + 5;
