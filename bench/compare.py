@@ -2,6 +2,7 @@
 """Times whole runs of programs on one file, in turns, and prints their medians as rows of a table."""
 
 import argparse
+import json
 import os
 import pathlib
 import shutil
@@ -13,6 +14,7 @@ FILE = "agent/Global.qxc"
 COMMANDS = {
     "PlugSetter": ["-r", "ORACLE", "agent", "backup", "install.xlog"],
     "floor": [FILE, "agent/copy"],
+    "floor-sync": [FILE, "agent/copy", "agent"],
     "sed": ["-i.bak", "s/^Code = CLUSTER/Code = ORACLE/", FILE],
     "git": ["config", "--file", FILE, "plugin2.code", "ORACLE"],
 }
@@ -58,12 +60,18 @@ def main():
     parser.add_argument("title")
     parser.add_argument("inputs", type=pathlib.Path, help="folder of input.qxc and input.git")
     parser.add_argument("runs", type=int, help="of each program, 2 or more")
+    parser.add_argument("--record", metavar="FILE", help="add the size of the file and the medians, for plot.py")
     parser.add_argument("contenders", nargs="+", help=f"LABEL:KIND:PROGRAM, the kind one of {', '.join(COMMANDS)}")
     options = parser.parse_args()
     contenders = [Contender(text, options.inputs) for text in options.contenders]
     for _ in range(options.runs):
         for contender in contenders:
             contender.run()
+    if options.record:
+        medians = {contender.label: statistics.median(contender.walls) for contender in contenders}
+        size = (options.inputs / "input.qxc").stat().st_size
+        with open(options.record, "a", encoding="utf-8") as record:
+            print(json.dumps({"size": size, "walls": medians}), file=record)
     first = statistics.median(contenders[0].walls)
     for contender in contenders:
         wall = statistics.median(contender.walls)

@@ -1,11 +1,12 @@
-/* What no program of this kind can do without: reads FILE, writes its bytes to COPY, and writes them over FILE. */
+/* What no program of this kind can do without: reads FILE, writes its bytes to COPY, and writes them over FILE. With a
+   third argument it also synchronises both and the directory of COPY, which the argument names. */
 
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-static int write_file(const char *path, const char *bytes, size_t size) {
+static int write_file(const char *path, const char *bytes, size_t size, int synchronise) {
     int file = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
     if (file < 0)
         return 0;
@@ -16,7 +17,7 @@ static int write_file(const char *path, const char *bytes, size_t size) {
         bytes += written;
         size -= (size_t)written;
     }
-    return close(file) == 0;
+    return (!synchronise || fsync(file) == 0) && close(file) == 0;
 }
 
 static char *read_file(const char *path, size_t *size) {
@@ -36,8 +37,17 @@ static char *read_file(const char *path, size_t *size) {
     return bytes;
 }
 
+static int synchronise_directory(const char *path) {
+    int directory = open(path, O_RDONLY | O_DIRECTORY);
+    return directory >= 0 && fsync(directory) == 0 && close(directory) == 0;
+}
+
 int main(int argc, char **argv) {
     size_t size = 0;
-    char *bytes = argc == 3 ? read_file(argv[1], &size) : NULL;
-    return bytes != NULL && write_file(argv[2], bytes, size) && write_file(argv[1], bytes, size) ? 0 : 1;
+    int synchronise = argc == 4;
+    char *bytes = argc >= 3 ? read_file(argv[1], &size) : NULL;
+    return bytes != NULL && write_file(argv[2], bytes, size, synchronise) &&
+                   (!synchronise || synchronise_directory(argv[3])) && write_file(argv[1], bytes, size, synchronise)
+               ? 0
+               : 1;
 }
