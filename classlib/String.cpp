@@ -46,9 +46,9 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
 
 std::string Join(const std::vector<std::string_view>& pieces, std::string_view separator) {
     std::string text;
-    for (const std::string_view piece : pieces) {
-        text += text.empty() ? "" : separator;
-        text += piece;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        text += i == 0 ? "" : separator;
+        text += pieces[i];
     }
     return text;
 }
