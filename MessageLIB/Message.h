@@ -10,10 +10,10 @@
 
 struct logopt;
 
-/// Numbered message records: every report is a record that is written as one line of XML through a logger. A record
-/// carries numbers and parameters, never a text.
+/// Numbered message records. Every report is a record, and a logger writes it as one line of XML. A record carries a
+/// number and parameters; the wording is in a catalogue outside of this program.
 ///
-/// Logging answers by result: 1 written or deliberately dropped, 0 not written. LogMsg and log_if_set never throw.
+/// Logging returns 1 when the record was written or dropped on purpose, 0 when not. LogMsg and log_if_set never throw.
 namespace I18NMessage {
 
 enum MessageSeverity : int {
@@ -35,8 +35,9 @@ public:
     StringContainer& operator=(StringContainer&&) = default;
     virtual ~StringContainer();
     virtual std::string GetString() = 0;
-    /// The same text in a buffer that lives until the next call.
+    /// The same text in a buffer of this object, valid until the next call.
     virtual const char* GetStringBuffer() = 0;
+    /// The form in which the text is the value of a parameter.
     virtual std::string GetStringForMessageParam() = 0;
 };
 
@@ -48,26 +49,28 @@ public:
     Logger& operator=(const Logger&) = default;
     virtual ~Logger();
 
-    /// Returns: true when a record of this severity is to be written.
+    /// Returns: true when logging is on and a record of this severity is to be written.
     virtual bool Log(std::string* text, MessageSeverity severity);
 
-    /// Off until a run log is open and again once it is closed.
+    /// On while a run log is open.
     static bool s_loggingEnabled;
 
 private:
     int m_minSeverity = SeverityInformational;
 };
 
-/// Writes records through the options of an open run log, which it does not own.
+/// Writes records as the options of an open run log say. Does not own the options.
 class FileLogger : public Logger {
 public:
-    /// Returns: false when the write failed. A record that is not to be written counts as done.
+    /// Returns: false when writing failed; true also for a record that is not to be written.
     bool Log(std::string* text, MessageSeverity severity) override;
 
+    /// Without options, records go to the console.
     void AttachLogFile(logopt* options) noexcept;
-    /// Returns: the options that were attached.
+    /// Returns: the options that were attached, null for none.
     logopt* DetachLogFile() noexcept;
 
+    /// The logger of the run log, which lives as long as the process.
     static FileLogger* GetGlobalLogger() noexcept;
 
 private:
@@ -76,7 +79,7 @@ private:
     logopt* m_options = nullptr;
 };
 
-/// A record. Its time and its origin are those of the moment when it is made.
+/// A record. Its constructor sets the time to now and the origin to s_defaultOrigin.
 class Message : public StringContainer {
 public:
     Message(int id, const std::string& component, MessageSeverity severity);
@@ -90,13 +93,13 @@ public:
     Message& operator=(Message&&) = default;
     ~Message() override;
 
-    /// The log form: the XML element and a newline.
+    /// The form of the log: the XML element and a newline.
     std::string GetString() override;
     const char* GetStringBuffer() override;
     /// The XML element alone.
     std::string GetStringForMessageParam() override;
 
-    /// The element and its parts. The parts for parameters and causes are empty when there are none.
+    /// The element and its parts. The part for parameters or causes is empty when there are none.
     std::string CreateMessageElement() const;
     std::string CreateMessageHeader() const;
     std::string CreateParameterElement() const;
@@ -113,16 +116,15 @@ public:
     const std::vector<Parameter>& GetParameters() const noexcept { return m_parameters; }
 
     void AddParameter(const Parameter& parameter);
-    /// Takes `owned` over, unless it is null, and puts it before position `position`, at the end when there is none.
+    /// Inserts a copy of `owned` before `position`, or at the end if that is beyond it, and deletes `owned`, if any.
     void InsertParameter(unsigned position, Parameter* owned);
-    /// Adds a copy of a cause, which is written inside of this record.
+    /// Adds a copy of a cause, which is written inside this record.
     void AddChild(const Message& child);
 
-    /// Writes the record through `logger`, through s_defaultLogger when it is null, and through a file logger of
-    /// its own when there is neither. Returns: 1 written or dropped on purpose, 0 not.
+    /// Writes the record through `logger`, if that is null through s_defaultLogger, else to the console.
     int Log(Logger* logger);
 
-    /// Logs through s_defaultLogger; never throws.
+    /// Logs a record through s_defaultLogger, as log_if_set does.
     static void LogMsg(Message& message) noexcept;
     static void LogMsg(int id, const std::string& component, MessageSeverity severity) noexcept;
     static void LogMsg(int id, const std::string& component, MessageSeverity severity, const Parameter& p1) noexcept;
@@ -158,17 +160,16 @@ private:
     std::string m_buffer;
 };
 
-/// A parameter whose value is itself a record; it is written as that record's XML.
+/// A parameter whose value is a record, written as that record's XML.
 class MessageParameter : public Parameter {
 public:
     explicit MessageParameter(Message& message);
 };
 
-/// Logs `message` if logging is possible and says so on standard error if it failed. Never throws. Returns: 1 when it
-/// was written or dropped on purpose, else 0.
+/// Logs `message` as Message::Log does. If that fails, writes the record and the stack to standard error.
 int log_if_set(Logger* logger, Message& message) noexcept;
 
-/// The openings of a record's element; the letters name the attributes that they hold.
+/// The patterns of a record's start tag. The letters at the end of a name are the attributes behind ID.
 extern const std::string strHeaderST;
 extern const std::string strHeaderOST;
 extern const std::string strHeaderCST;

@@ -2,12 +2,12 @@
 
 #include "MessageLIB/Message.h"
 
-// What the program reports, one message a row: numbers that are keys into the message catalogue, which is kept outside
-// of this program. The manual page of the program lists the rows of its runs.
+// What the program reports, one message a row. Module and number are the key into the message catalogue, which is not
+// part of this program. The manual page of the program lists the rows of its runs.
 
-/// A message: the module that reports it, its number there, and how grave it is.
+/// A message: the module that reports it, its number there, and its severity.
 struct MessageId {
-    int module; ///< its four-letter text is that of msg_mod2str
+    int module; ///< msg_mod2str gives its four letters
     int number;
     I18NMessage::MessageSeverity severity;
 };
@@ -23,7 +23,7 @@ inline constexpr int modVString = 75;
 
 // clang-format off
 
-// Records of a run; behind each its parameters.
+// Records of a run. The comment of a row lists the parameters.
 inline constexpr MessageId msgVersion               = {modAgent,        4314, I18NMessage::SeverityInformational}; // build
 inline constexpr MessageId msgCannotOpen            = {modBinaryStream, 4144, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgCannotCreate          = {modBinaryStream, 4145, I18NMessage::SeverityError};         // file
@@ -47,12 +47,12 @@ inline constexpr MessageId msgSucceeded             = {modUtility,      7960, I1
 inline constexpr MessageId msgFailed                = {modUtility,      7961, I18NMessage::SeverityFatal};
 inline constexpr MessageId msgCommandLine           = {modUtility,      7962, I18NMessage::SeverityInformational}; // arguments
 
-// Records that no run writes: the deletions that they tell of never count as failed.
+// Records that no run writes, because sys_delete never answers below 0.
 inline constexpr MessageId msgSourceNotDeleted      = {modUtility,      7946, I18NMessage::SeverityWarning};       // file
 inline constexpr MessageId msgBackupDirInTheWay     = {modUtility,      7959, I18NMessage::SeverityFatal};         // directory
 inline constexpr MessageId msgBackupDirLeftBehind   = {modUtility,      7959, I18NMessage::SeverityWarning};       // directory
 
-// What only other programs of the library meet.
+// Messages that only other programs can get from the library.
 inline constexpr MessageId msgSystemError           = {modBinaryStream, 4096, I18NMessage::SeverityError};         // system text
 inline constexpr MessageId msgReadFailed            = {modBinaryStream, 4151, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgSearchFailed          = {modBinaryStream, 4159, I18NMessage::SeverityError};

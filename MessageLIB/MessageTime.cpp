@@ -18,7 +18,7 @@ MessageTime MessageTime::GetUTCNow() {
     if (gettimeofday(&now, nullptr) != 0) {
         return {};
     }
-    // Not gmtime_r: that reads the time zone's file first.
+    // Not gmtime_r, which reads the file of the local time zone first.
     const sys_seconds moment{seconds(now.tv_sec)};
     const sys_days day = floor<days>(moment);
     const year_month_day date(day);

@@ -15,8 +15,8 @@ public:
     /// The current time; unset when the clock does not answer.
     static MessageTime GetUTCNow();
 
-    /// The form 2010-11-13T02:31:00. 5+00:00, in which a blank pads the hundredths. An unset time gives
-    /// "00-000-0000 00:00:00 +0000", an impossible one "??-???-???? ??:??:?? +????".
+    /// The form "2010-11-13T02:31:00. 5+00:00", with a blank before a single digit of hundredths. An unset time gives
+    /// dat_unsetTime, an impossible one dat_invalidTime.
     std::string ToString() const;
 
 private:

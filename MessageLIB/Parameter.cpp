@@ -6,8 +6,7 @@ namespace I18NMessage {
 
 namespace {
 
-/// The length of the UTF-8 character at the start of `text` when XML allows it and it is no control character,
-/// else 0.
+/// The length of the UTF-8 character at the start of `text`; 0 if it is malformed, forbidden in XML, or a control one.
 std::size_t CharacterLength(std::string_view text) noexcept {
     const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     if (byte(0) < 0x80) {
@@ -30,7 +29,7 @@ std::size_t CharacterLength(std::string_view text) noexcept {
     return code < shortest[length] || surrogate || noCharacter ? 0 : length;
 }
 
-/// What stands for `c` in XML; an empty text leaves that to CharacterLength.
+/// What `c` is written as in XML; empty for one that CharacterLength judges.
 std::string_view Reference(char c, bool attribute) noexcept {
     switch (c) {
     case '&': return "&amp;";

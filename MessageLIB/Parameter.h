@@ -5,7 +5,7 @@
 
 namespace I18NMessage {
 
-/// The vocabulary of the log's XML elements; the openings of records stand in Message.cpp.
+/// The pieces of the log's XML elements. The start tags of records are in Message.cpp.
 inline constexpr std::string_view item_open_xml = "<";
 inline constexpr std::string_view item_close_xml = ">";
 inline constexpr std::string_view item_end_xml = "</";
@@ -18,12 +18,13 @@ inline constexpr std::string_view tag_param = "P";
 inline constexpr std::string_view tag_message_list = "MS";
 inline constexpr std::string_view attr_type = "T";
 
-/// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line
-/// of well-formed XML whatever the bytes: line ends become references, and in an attribute tabs do, since a parser
-/// would give them back as blanks. Other control characters and bytes that are no UTF-8 become "?".
+/// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line of
+/// well-formed XML, whatever the bytes. Line ends become references, and so do tabs in an attribute, where a parser
+/// would turn them into blanks. Other characters that XML forbids, control characters, and bytes that are not UTF-8
+/// become "?".
 std::string EscapeXml(std::string_view text, bool attribute);
 
-/// How a parameter's value is to be read; written as its number.
+/// How the value of a parameter is to be read. The log shows the number.
 enum ParameterType : int {
     ParameterText = 0,
     ParameterMessage = 1, ///< the value is a record's XML
@@ -49,9 +50,9 @@ public:
     ParameterType GetType() const noexcept { return m_type; }
     const std::string& GetValue() const noexcept { return m_value; }
 
-    /// The opening of the parameter's element, up to its value.
+    /// The start tag of the parameter's element.
     std::string GetXMLHeader() const;
-    /// The value as it stands inside the element: escaped, unless it is XML itself.
+    /// The content of the element: the value, escaped unless it is XML itself.
     std::string GetXMLValue() const;
 
 protected:

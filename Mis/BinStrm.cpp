@@ -26,16 +26,16 @@ VBinaryStream::~VBinaryStream() {
     err_attempt([this] { Close(); });
 }
 
-/// Allocates before the opening: once that has emptied the file, nothing may fail.
+/// Allocates before opening: once open has truncated the file, nothing may fail.
 void VBinaryStream::Prepare(const char* filespec) {
     assert(m_file == 0);
     assert(m_buffer == 0);
     m_name = filespec == nullptr ? "" : filespec;
     m_direction = Direction::none;
     m_writeError = 0;
-    // The callers move small pieces, each of which would be a system call with the usual buffer.
+    // Callers move small pieces; with the usual buffer each could be a system call of its own.
     m_streamBuffer.reset(new char[streamBufferSize]);
-    // An empty name fails without touching errno.
+    // Opening an empty name fails without setting errno, which must not be that of an earlier call then.
     errno = 0;
 }
 
@@ -97,7 +97,7 @@ void VBinaryStream::OpenToUpdate(const char* filespec) {
         if (errno == EACCES) {
             err_fail(msgSearchFailed);
         }
-        // Exclusively, so that a file that appeared meanwhile keeps its content.
+        // "x" refuses a file that has appeared meanwhile, so that its content is not lost.
         m_file = sys_fopen(filespec, "w+bx", 0);
     }
     if (m_file == nullptr) {
@@ -140,8 +140,8 @@ void VBinaryStream::Flush() {
     m_direction = Direction::none;
 }
 
-/// C streams need a seek between writing and reading; seek by zero. It writes out what is buffered, and only then finds
-/// that a FIFO has no position.
+/// C streams need a seek between writing and reading; seek by zero. The seek writes out what is buffered first, so on a
+/// FIFO, which has no position, nothing is lost when it fails with ESPIPE.
 void VBinaryStream::Turn(Direction direction) {
     if (m_direction != Direction::none && m_direction != direction) {
         NoteWrite(fseeko(m_file, 0, SEEK_CUR) == 0 || errno == ESPIPE);
@@ -149,7 +149,7 @@ void VBinaryStream::Turn(Direction direction) {
     m_direction = direction;
 }
 
-/// Buffered bytes may be lost long before the next flush, which is to tell of it.
+/// Keeps the error of a write for the next flush to report: buffered bytes may be lost long before that.
 void VBinaryStream::NoteWrite(bool complete) {
     if (!complete) {
         m_writeError = errno != 0 ? errno : EIO;

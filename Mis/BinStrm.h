@@ -8,8 +8,8 @@
 #include <string>
 
 /// A binary file stream of raw bytes and little-endian integers. Failures are thrown as pointers to VI18NError (module
-/// 55, severity 3, the file name as parameter); only the raw calls throw nothing. Opening a stream that is open is an
-/// error of the caller.
+/// 55, severity 3, the file name as parameter); only the raw calls throw nothing. REQUIRES: the stream is closed when
+/// it is opened.
 class VBinaryStream {
 public:
     enum AccessMode : int {
@@ -22,33 +22,33 @@ public:
     VBinaryStream();
     VBinaryStream(const VBinaryStream&) = delete;
     VBinaryStream& operator=(const VBinaryStream&) = delete;
-    /// Closes; what fails then is dropped.
+    /// Closes and drops any error of that.
     virtual ~VBinaryStream();
 
-    /// Throws 4144 when the file cannot be read, VI18NFileNotFoundError when it is missing, 4145 when it cannot be
-    /// written or created, 4159 (no parameter) when the directory of a new file cannot be searched. A mode outside of
-    /// the enumeration opens nothing.
+    /// Opens a file. For reading, throws VI18NFileNotFoundError when it is missing, else 4144; for writing, 4145. In
+    /// UpdateMode, throws 4159 (no parameter) when the directory of a file that seems missing cannot be searched. A
+    /// mode outside of the enumeration opens nothing.
     void Open(const char* filespec, AccessMode mode);
-    /// Goes on with a file that is open already for reading and writing, and closes it in the end. Throws 4145.
+    /// Takes over a file that is open for reading and writing already. Throws 4145, and then has closed it.
     void Open(Descriptor file, const char* filespec, AccessMode mode);
-    /// The number that the system knows the open file by; below 0 when there is none.
+    /// The descriptor of the open file, still owned here; -1 when the stream is closed.
     int GetDescriptor() const noexcept;
-    /// True when reading the open file has failed, not merely ended.
+    /// True when reading the open file has failed. Its end is no failure.
     bool HasReadFailed() const noexcept;
-    /// Closes in any case. Throws 4152 when the last bytes could not be written, else 4148 when closing failed.
+    /// Closes in any case. Throws 4152 as Flush does, else 4148 when closing failed.
     void Close();
-    /// Throws 4152, whose cause is the system's error, when this or an earlier write failed.
+    /// Writes out what is buffered. Throws 4152, with the system's error as cause, if this or an earlier write failed.
     void Flush();
 
-    /// Returns: the bytes moved, fewer than `count` at the end of the file and after an error; 0 when closed. `buffer`
-    /// may be null when `count` is 0.
+    /// Read into or write from `buffer`, which may be null when `count` is 0. Returns: the bytes moved, fewer than
+    /// `count` at the end of the file and after an error; 0 when the stream is closed.
     unsigned ReadRawData(unsigned char* buffer, unsigned count);
     unsigned WriteRawData(unsigned char* buffer, unsigned count);
 
-    /// Throw 4151, whose cause tells the end of the file (5114) from an error, unless all bytes are read.
+    /// Read all the bytes, or throw 4151. Its cause is 5114 at the end of the file, otherwise the error.
     void ReadBytes(unsigned char* buffer, unsigned count);
     void ReadInt16(unsigned short& value);
-    /// REQUIRES: 0 <= len <= 4.
+    /// Reads `len` bytes. REQUIRES: 0 <= len <= 4.
     void ReadInt32(unsigned& value, int len);
 
 private:

@@ -4,12 +4,12 @@
 #include <string>
 #include <string_view>
 
-/// What stands for a time that was never set, and for one that cannot be rendered.
+/// The texts for a time that was never set, and for one that cannot be written.
 inline constexpr std::string_view dat_unsetTime = "00-000-0000 00:00:00 +0000";
 // The escapes keep the compiler from seeing trigraphs.
 inline constexpr std::string_view dat_invalidTime = "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?";
 
-/// True when every field lies within a calendar's range and the year within 0 to 9999.
+/// True when every field is one that a calendar has and the year is one of 0 to 9999.
 bool dat_isValid(const std::tm& time, int hundredths) noexcept;
 
 /// The long form of a calendar time, as in "13-NOV-2010 02:31:07.42 "; a null time gives dat_unsetTime, an

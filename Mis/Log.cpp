@@ -42,8 +42,8 @@ constexpr int modeTruncate = 1;
 /// closed, so they cannot say whether the open log is numbered.
 std::FILE* plainLog = nullptr;
 
-/// All blocks since the last close: a copy of g_logopt may point to any of them. Behind a plain pointer, as others may
-/// still report when the process ends.
+/// All blocks since the last close, since a copy of g_logopt may point to any of them. A plain pointer, so that they
+/// outlive static objects whose destructors still report.
 std::vector<std::unique_ptr<logblk>>* blocks = nullptr;
 
 void AddBlock(std::unique_ptr<logblk> block) {
@@ -113,7 +113,7 @@ void LogVersion() {
     msg_log(msgVersion, build.c_str());
 }
 
-/// Set while a failed write is being reported, which may fail likewise.
+/// Active while a failed write is being reported: a failure of that report is not reported in turn.
 class ReportingFailure {
 public:
     ReportingFailure() noexcept { s_active = true; }
@@ -136,15 +136,15 @@ void ShowWriteFailure(const logblk& block) {
     err_make(msgLogWriteFailed, block.path)->LogShow();
 }
 
-/// Where in the file the next line begins. A stream that appends writes at the end, wherever its position is.
+/// Where in the file the next line will begin. A stream that appends writes at the end, wherever its position is.
 off_t LineStart(std::FILE* file) {
     const int descriptor = fileno(file);
     const bool appends = (fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
     return appends ? FileStatus::Of(descriptor).Size() : ftello(file);
 }
 
-/// Takes back what of a line got into the file before writing failed; the next line would otherwise join it. What
-/// somebody else has written behind it stays.
+/// Cuts off the part of a line that got into the file before writing failed, so that the next line does not continue
+/// it. Cuts nothing if somebody else has written behind it.
 void CutTo(off_t lineStart, std::FILE* file) {
     const off_t end = ftello(file);
     const FileStatus status = FileStatus::Of(fileno(file));

@@ -6,40 +6,40 @@
 #include <optional>
 #include <string>
 
-/// The run log: the one text file, open at a time, into which everything is reported.
+/// The run log: the text file into which everything is reported. One is open at a time.
 ///
-/// Open it, log records (they reach it through the global file logger), flush, close. Each file begins with the version
-/// record (AGNT 4314, informational). In the plain mode the log is one file. In the numbered mode it is a ring of the
-/// files name-1.XLOG to name-4.XLOG, which are reused by size and age. All state belongs to the process and to one
-/// thread.
+/// Open it, log records (they reach it through the global file logger), flush, close. The first record after a log was
+/// opened is that of the version (AGNT 4314, informational), unless the one before was never closed. In the plain mode
+/// the log is one file. In the numbered mode it is a ring of the files name-1.XLOG to name-4.XLOG, which are reused by
+/// size and age. All state belongs to the process and to one thread.
 
 /// One open log file.
 struct logblk {
     std::FILE* fp;
-    unsigned lines;     ///< lines since the block was made; not counted while each is flushed
+    unsigned lines;     ///< lines written to the block; not counted with flushEveryLine
     unsigned lastFlush; ///< getTicks() of the last flush that succeeded
     unsigned char flushEveryLine;
-    char path[515]; ///< cut to its room
+    char path[515]; ///< cut when it is longer
 };
 
-/// How lines are written. All zero but for the block in this program.
+/// How lines are written. In this program only `block` is ever set.
 struct logopt {
-    int word;             ///< zero: a line without a block goes to the console
+    int word;             ///< without a block: zero, lines go to the console; else they are dropped
     const char* identity; ///< unless null, lines are cut to 1022 characters
     bool console;         ///< every line goes to the console
-    logblk* block;        ///< of g_logopt: made by batutil_LogOpen, valid until batutil_LogClose
+    logblk* block;        ///< that of g_logopt is made by batutil_LogOpen and valid until batutil_LogClose
 };
 
-extern std::FILE* logfp; ///< null when no run log is open
-extern std::string lastLogPath;
-extern std::string lastLogName;
-extern int maxLogFileSize; ///< bytes
-extern int nLogFiles;
-extern int currLogFileNo; ///< from 0
-extern bool bAtLeastOneOpen;
+extern std::FILE* logfp;        ///< null when no run log is open
+extern std::string lastLogPath; ///< directory of the last numbered log; stays set when that is closed
+extern std::string lastLogName; ///< its name
+extern int maxLogFileSize;      ///< bytes, in the numbered mode
+extern int nLogFiles;           ///< files in the ring
+extern int currLogFileNo;       ///< the file of the ring chosen last, from 0
+extern bool bAtLeastOneOpen;    ///< a log has been opened since the last close
 extern logopt g_logopt;
-/// Whom the logs that are opened from now on are for: a new log is given this access, one that exists is narrowed to
-/// it. Without it the umask decides on new ones.
+/// Who may read the logs that are opened from now on. A new log is given this access, one that exists is narrowed to it
+/// unless it has further hard links. Without a value the umask decides on new ones.
 extern std::optional<FileAccess> g_logAccess;
 
 /// A file of the numbered ring.
@@ -51,10 +51,10 @@ struct logfilelist {
     int index; ///< from 0
 };
 
-/// Opens `name` in `dir`: truncated when `mode` is 1, else appended to; the numbered mode always appends, to the file
-/// that batutil_GetNextFilename chooses. A log that is still open is left to itself. Returns: false when the file
-/// cannot be opened, is a FIFO, or lies behind a link of another user than root and this one; everything is then
-/// reported as before.
+/// Opens `name` in `dir`: truncated when `mode` is 1, else appended to. The numbered mode always appends, to the file
+/// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed. Returns:
+/// false when the file cannot be opened, is a FIFO, or lies behind a link of another user than root and this one.
+/// Records then go where they went before.
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered);
 
 /// Closes the log and switches logging off. Harmless when nothing is open.
@@ -62,24 +62,24 @@ void batutil_LogClose();
 /// Writes out what is buffered.
 void batutil_FlushLog();
 
-/// Flushes. A log above maxLogFileSize goes on in the next file of the ring of lastLogPath and lastLogName, unless both
-/// are empty or batutil_LogOpen opened it in the plain mode.
+/// Flushes, and goes on in the next file of the ring of lastLogPath and lastLogName if the log has grown above
+/// maxLogFileSize. Never does so when both names are empty or batutil_LogOpen opened the log in the plain mode.
 void batutil_CheckLogSize();
 
-/// The file of the ring to write next. An old one that is to be reused is deleted.
+/// Chooses the file of the ring to write next, and deletes it first if it is an old one. Returns: its full name.
 std::string batutil_GetNextFilename(std::string dir, std::string name);
 
-/// Writes `text` as one line after a time stamp: to the run log, or to standard output when none is open. Returns: 1.
+/// Writes a line of a time stamp and `text` to the run log, or to standard output when none is open. Returns: 1.
 unsigned long gui_show(unsigned long flag, char* text);
 
-/// Writes a complete line as `opt` says. Returns: 1, or 0 when the write failed, which is itself shown once (LOGS 56,
-/// error, the log's path).
+/// Writes a complete line as `opt` says, to the console when it is null. Returns: 1, or 0 when the line could not be
+/// written, after reporting that (LOGS 56, error, the log's path). A flush that fails is not reported.
 int I18N_log_show(std::string* text, const logopt* opt, char severity);
 
 /// Writes the 12 characters of the local time in the form "Nov13 02:31 " and a terminator to `buf`. Returns: 12.
 int log_gettimestamp(char* buf);
 
-/// Counts the line while g_ErrStart is on, unless its severity is "D" or "S".
+/// While g_ErrStart is on, counts a line of severity "E", "F", "I" or "W".
 void UpdateLogStatistics(char severity);
 extern bool g_ErrStart;
 
@@ -92,12 +92,12 @@ struct LogStatistics {
 };
 extern LogStatistics g_logStatistics;
 
-/// Flushes the file. REQUIRES: a block. Returns: that of fflush.
+/// Flushes the file. REQUIRES: pThis is not null. Returns: what fflush returns.
 int flushLog(logblk* pThis);
 
-/// Flushes after a line if it is due: always with flushEveryLine, else after each of the first 50 lines, and then every
-/// 200 lines or 5 seconds. Returns: that of the flush, 0 for none.
+/// Flushes after a line if it is due: always with flushEveryLine; else after each of the first 50 lines, then every 200
+/// lines and when the last flush is over 5 seconds old. Returns: what the flush returns, 0 without one.
 unsigned flushExpiredLines(logblk* pThis);
 
-/// The time of day in milliseconds; wraps.
+/// The time of the clock in milliseconds. Wraps around.
 unsigned getTicks();

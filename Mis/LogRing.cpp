@@ -28,8 +28,8 @@ logfilelist Candidate(const std::string& dir, const std::string& name, int index
     return file;
 }
 
-/// The existing file that was written last; the first existing one when no time is above zero; files.size() when none
-/// exists.
+/// The position of the existing file that was written last, or of the first existing one if no time is above zero;
+/// files.size() when none exists.
 std::size_t Newest(const std::vector<logfilelist>& files) {
     std::size_t newest = files.size();
     long long latest = 0;
@@ -42,7 +42,7 @@ std::size_t Newest(const std::vector<logfilelist>& files) {
     return newest;
 }
 
-/// The file that was written first, before `now`; `fallback` when there is none.
+/// The position of the file that was written first, if that was before `now`, else `fallback`.
 std::size_t Oldest(const std::vector<logfilelist>& files, long long now, std::size_t fallback) {
     std::size_t oldest = fallback;
     long long earliest = now;
@@ -55,10 +55,9 @@ std::size_t Oldest(const std::vector<logfilelist>& files, long long now, std::si
     return oldest;
 }
 
-/// Returns: the position in `files` of the one to write next; `recycle` is set when it is full and must be deleted
-/// first. The newest file is filled up to `limit` bytes; then comes the first missing one behind it, around the ring,
-/// and when none is missing the oldest, which must be older than `now`, or else the newest again. REQUIRES: files is
-/// not empty.
+/// Returns: the position in `files` of the one to write next, with `recycle` set when that must be deleted first. The
+/// newest file is used until it is above `limit` bytes. Then comes the first missing one behind it, around the ring.
+/// When none is missing, it is the oldest, or the newest again if none is older than `now`. REQUIRES: `files` has one.
 std::size_t Choose(const std::vector<logfilelist>& files, long long limit, long long now, bool& recycle) {
     assert(!files.empty());
     recycle = false;
@@ -92,7 +91,7 @@ std::string batutil_GetNextFilename(std::string dir, std::string name) {
     bool recycle = false;
     const logfilelist& chosen = files[Choose(files, maxLogFileSize, now, recycle)];
     if (recycle) {
-        // Not sys_delete: to that a directory with a "*" in its name would be a pattern.
+        // Not sys_delete, which would take a directory with a "*" in its name for a pattern.
         sys_remove(chosen.path.c_str());
     }
     currLogFileNo = chosen.index;

@@ -57,7 +57,7 @@ int ScanToName(char separator, int* position, std::string_view text) {
     return ScanTo(text.find_first_not_of(separator), position, text);
 }
 
-/// An element may end with the text instead of a separator; only an empty one is none.
+/// An element ends at a separator or with the text. An empty one does not count.
 int ScanToEnd(char separator, int* position, std::string_view text) {
     ScanToSeparator(separator, position, text);
     return *position > 0 ? 1 : 0;

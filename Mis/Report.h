@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// Reporting a message by its row. Each parameter is a text (const char*) or a number.
+/// Reports a message by its row in MessageIds.h. Each parameter is a text (const char*) or a number.
 
 /// Returns: an error with this message.
 template <class... Values> std::unique_ptr<VI18NError> err_make(const MessageId& id, const Values&... parameters) {

@@ -15,18 +15,19 @@
 #include <string>
 #include <string_view>
 
-/// A task-data file in memory: four header values and entries, each a key of the key table with a text.
+/// A task-data file in memory: a few header values, and entries, each a key of the key table with a text.
 ///
-/// Operations return 1 for success and 0 for not found, not legal, or present while overwriting is not allowed; loading
-/// and saving also -1. Nothing here throws but for want of memory. Keys are full key numbers, index included.
+/// Unless it says otherwise, an operation returns 1 for success, and 0 when the key is not found or not legal, or is
+/// present and must not be overwritten. Nothing here throws, except when memory runs out. A key is the full number,
+/// index included.
 class VTaskData : public VObject, public txccl::Signature::SignableObject {
 public:
-    /// Nothing is read yet. In raw mode values are kept as they are, without code-page conversion.
+    /// Names the file but does not read it. In raw mode values are kept as they are, without code-page conversion.
     VTaskData(const char* fileName, bool rawMode);
     VTaskData(const std::string& fileName, bool rawMode);
     VTaskData(const VString& fileName, bool rawMode);
 
-    /// The SHA-1 of the text that Serialize gives; see txccl::Signature for who owns it.
+    /// Returns: the SHA-1 of the text that Serialize gives; see txccl::Signature for who owns it.
     unsigned char* binary_signature() override;
 
     int GetVersion() const noexcept { return m_version; }
@@ -34,33 +35,35 @@ public:
     int GetMaxVersion() const noexcept { return lastFormatVersion; }
     int GetType() const noexcept { return m_type; }
     void SetType(int type) noexcept { m_type = type; }
-    /// The comment is written as the first line, verbatim, and never read back.
+    /// The comment is written at the top of the text, as it is and with a line end, and never read back. Returns: 1.
     int SetComment(const VString& comment);
     int SetComment(const std::string& comment);
     int SetComment(const char* comment);
     const std::string& GetTaskName() const noexcept { return m_fileName; }
-    /// The number, from 1, and the text of the physical line at which the last parse failed.
+    /// The number, from 1, and the text of the physical line at which the last whole text failed; 0 and empty if it
+    /// failed at none.
     int GetErrorLine() const noexcept { return m_errorLine; }
     void GetErrorLine(std::string& text) const { text = m_errorText; }
 
-    /// Each clears `*out` first.
+    /// Each sets `*out` to the value, or to an empty text when there is none.
     int GetRaw(int key, std::string* out) const;
     int GetString(int key, std::string* out) const;
     int GetString(int key, VString* out) const;
-    /// `buf` must have room for the value and its terminator; no bound is applied.
+    /// `buf` must have room for the value and its terminator, which is not checked.
     int GetString(int key, char* buf) const;
 
-    /// A new value is cropped, one that replaces another is not. 0 unless the value fits the key.
+    /// Returns: 0 also when the value does not fit the key. The value of a new entry is cropped; one that replaces
+    /// another is not.
     int SetRaw(int key, const std::string& value, bool overwrite);
     int SetString(int key, const std::string& value, bool overwrite);
     int SetString(int key, const char* value, bool overwrite);
     int SetString(int key, const VString& value, bool overwrite);
 
     int DeleteKey(int key);
-    /// REQUIRES: start <= end.
+    /// Deletes all keys from `start` to `end`. REQUIRES: start <= end.
     int DeleteKey(int start, int end);
 
-    /// Typed values. A get answers 0 as well when the value is not of the kind, a set when it cannot be written so.
+    /// Typed values. A get returns 0 also when the value is not of the kind, a set when the key does not take it.
     int GetBool(int key, bool* out) const;
     int SetBool(int key, bool value, bool overwrite);
     int GetNumeric(int key, int* out) const;
@@ -78,30 +81,31 @@ public:
     /// True when the key is legal for this object's version and type and the value fits it.
     bool IsValidEntry(int key, const std::string& value) const;
 
-    /// The first row for the key, whatever its version and type.
+    /// Finds the first row for the key, whatever its version and type.
     static int GetKeyInfo(int key, _TOInfo& info);
-    /// The name by the last legal row that names the key; else `name` stays as it is.
+    /// Finds the name by the last legal row that names the key. Without such a row `name` stays as it is.
     static int GetKeyName(int key, std::string& name, int version, int type);
-    /// The key by the first legal row that matches the name, in any letter case.
+    /// Finds the key by the first legal row that matches the name, in any letter case.
     static int GetKeyID(const std::string& name, int* key, int version, int type);
-    /// True when `text`, up to its first blank, is `pattern` with a digit for each "%"; the digits make `*index`,
-    /// INT_MAX when they are too many.
+    /// True when the first word of `text` is `pattern`, in any letter case and with a digit for each "%". The digits
+    /// are the decimal number `*index`, INT_MAX when it does not fit.
     static bool KeyMatch(const char* text, const char* pattern, int* index);
 
-    /// An empty name stands for the object's own. Loading adds to what the object holds.
-    /// Returns: 1 loaded; 0 syntax error; -1 missing, above 64 MiB, or unreadable. Unless `context` is null,
-    /// LoadFromFile reports a syntax error: with `showError` as PARS 4456, else as PARS 4783 twice (file, line and
-    /// file, line, text).
+    /// Loads the file with this name, the object's own when it is empty. The header values start anew; entries are
+    /// added to those that the object holds. Returns: 1 loaded; 0 syntax error, or an empty file; -1 missing, above 64
+    /// MiB, or unreadable. Unless `context` is null, LoadFromFile reports the 0: with `showError` as PARS 4456, else as
+    /// PARS 4783 twice (file, line and file, line, text).
     int LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects);
     int LoadFile(std::string name, bool applySideEffects);
-    /// Reads a whole text, or one physical line of it. Returns: false at a line that is refused; those before it count.
-    /// Side effects: the first "Plugins" line of the process is handed to the plug-in registry, Oracle's home is set.
+    /// Reads a whole text, or one physical line of it. Returns: false when a line is refused or the whole text is
+    /// empty; what the lines before said is kept. The side effects: the first "Plugins" line of the process is handed
+    /// to the plug-in registry, and ORACLE_HOME is set.
     bool Deserialize(std::string& text, bool applySideEffects);
     bool ParseLine(std::string line, bool applySideEffects);
 
-    /// Writes over the file, in place, and synchronises it; sys_writeFile says how. Returns: bytes written; 0 when
-    /// there is no room, or on a write error; -1 when the file cannot be opened or the text is above what this process
-    /// may write.
+    /// Writes over the file in place and synchronises it; sys_writeFile says how. An empty name stands for the object's
+    /// own. Returns: bytes written; 0 when there is no room, or on a write error; -1 when the file cannot be opened, or
+    /// the text is longer than this process may write.
     long SaveToFile(std::string name);
     /// Replaces `out` by the whole text, entries sorted. Returns: its length.
     long Serialize(std::string& out);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t largestFile = 64ULL * 1024 * 1024;
 
-/// What a text starts from before its header lines say otherwise, with the first format version.
+/// The type of a text until its header lines say otherwise.
 constexpr int firstType = 1;
 
 } // namespace
@@ -107,9 +107,9 @@ bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
     if (applySideEffects && key == keyPlugins && !extensionLoaded) {
         return StorePlugins(std::string(value));
     }
-    // The entry is looked up again by its number, since that row judges the value: VSSWriterBackup100.Name, for
-    // example, has the number of VSSWriterBackup000.InstName. In families of three digits the indices from 100 up run
-    // into the numbers of the next family.
+    // Put looks the row up again, by the number, because that row judges the value. It can be another one: in families
+    // of three digits the indices from 100 up run into the numbers of the next family, so that VSSWriterBackup100.Name
+    // has the number of VSSWriterBackup000.InstName.
     return Put(key, value, true) > 0;
 }
 
@@ -165,7 +165,7 @@ long VTaskData::Serialize(std::string& out) {
     return static_cast<long>(out.size());
 }
 
-/// Room for the whole text, so that it is never moved while it grows.
+/// An upper bound for the length of the text, so that it is never moved while it grows.
 std::size_t VTaskData::LongestText() const {
     constexpr std::size_t headerLines = 1024;
     constexpr std::size_t sectionLines = 64;

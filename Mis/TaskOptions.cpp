@@ -522,12 +522,13 @@ constexpr bool RowIsSound(const _TOInfo& row) {
         firstFormatVersion <= row.minVersion && row.minVersion <= row.maxVersion && row.maxVersion <= lastFormatVersion;
     const bool kind =
         spec.starts_with('/') || (spec.size() == 2 && std::string_view("HSPRBN").find(spec[1]) != spec.npos);
-    constexpr std::size_t longestName = 60; // leaves room on a line for indent, equals sign and value
+    constexpr std::size_t longestName = 60; // leaves room on the line for indent and equals sign
     return row.id != 0 && name.size() <= longestName && row.typeMask != 0 && versions && kind &&
            header == (spec == "#H");
 }
 
-/// A name that is legal in some version is legal in the last one, too: no load followed by a save may lose it.
+/// True when a key that is legal in some version is legal in the last one, too. Otherwise a load and a save, which
+/// writes the last version, could lose it.
 constexpr bool StaysLegal(const _TOInfo& row) {
     if (row.maxVersion == lastFormatVersion) {
         return true;

@@ -249,7 +249,7 @@ namespace {
 
 constexpr int firstPluginModule = 200;
 
-/// Twelve bytes a text. The numbers behind the last module are answered with an empty one.
+/// Twelve bytes a text. Those behind the last module are empty.
 // clang-format off
 constexpr char modules[firstPluginModule][12] = {
     /*   0 */ "NONE", "AGNT", "OPSY", "AGNT", "DAEM", "MIGR", "UPDT", "SSIN", "SSOT", "GENC",

@@ -9,29 +9,31 @@
 
 struct logopt;
 
-/// Error objects. A failure of a class is thrown as a pointer to a heap object, of the static type in which it is to
-/// be caught; who catches it owns it. err_throw is the one place that throws and err_caught the one that takes over.
+/// Error objects. An error is thrown as a pointer to a heap object, and whoever catches it owns it. Only err_throw
+/// throws one, as the type that handlers catch, and only err_caught takes one over.
 class VError : public VObject {
 public:
     VError();
-    /// A copy has a cause of its own, made by Clone.
+    /// Copies the cause, too, with Clone.
     VError(const VError& other);
-    /// By CopyFrom of the object's own class.
+    /// Calls CopyFrom, which is that of this object's class.
     VError& operator=(const VError& other);
     ~VError() override;
 
+    /// True when the value is not 0, or the detail is not: a number other than 0, a text that begins with ASCII.
     virtual bool IsError();
+    /// Logs the error to the log that `opt` names, null for the default one. A letter first sets the severity.
     virtual void LogShow(logopt* opt, VString severityLetter) = 0;
-    /// Writes the error to the log that `opt` names, to the default one when it is null.
-    /// The flag asks to wait for the operator's answer, of which there is none in this process.
+    /// Logs the error likewise, with the severity that it has. `wait` is ignored: no operator is there to answer.
     virtual void ShowError(logopt* opt, bool wait);
+    /// The value that SetError was given.
     virtual int GetErrVal();
-    /// Takes over the content of `source`, of whose cause it makes a copy of its own.
+    /// Copies the content of `source`, and its cause with Clone.
     virtual void CopyFrom(VError* source);
     /// Returns: a copy that the caller owns.
     virtual VError* Clone() = 0;
 
-    /// Takes `owned` over as the cause of this error and deletes the previous one. Null for none.
+    /// Makes `owned` the cause of this error, which owns it from now on. Deletes the previous cause. Null for none.
     void SetChildError(VError* owned);
 
     int GetModule() const noexcept { return m_module; }
@@ -51,14 +53,14 @@ private:
     std::unique_ptr<VError> m_child;
 };
 
-/// An error that is a message record: module, number, severity, parameters. Without a record it is no error.
+/// An error that is a message record: module, number, severity, parameters. One without a record is no error.
 class VI18NError : public VError {
     using P = const I18NMessage::Parameter&;
     using S = I18NMessage::MessageSeverity;
 
 public:
     VI18NError();
-    /// Takes the record over.
+    /// Takes ownership of the record.
     VI18NError(I18NMessage::Message* owned);
     VI18NError(const VI18NError& other);
     /// The forms without a severity are errors (3).
@@ -78,15 +80,15 @@ public:
     void LogShow();
     /// The same with another severity, which the record keeps.
     void LogShow(S severity);
-    /// The same, to the log that `opt` names unless it is null; a letter first sets the severity.
     void LogShow(logopt* opt, VString severityLetter) override;
     /// The severity if it is 1 to 4, else 1.
     int GetErrVal() override;
     void CopyFrom(VError* source) override;
     VError* Clone() override;
-    /// The text of the message in the user's language.
+    /// The message as a text for people, from the translator in use (I18NStringTranslator).
     virtual std::string what() const;
 
+    /// Sets the severity of the record, if there is one.
     void Severity(S severity);
     /// The record, which the error keeps; null for none.
     I18NMessage::Message* GetMessage() const noexcept { return m_message.get(); }
@@ -101,21 +103,20 @@ public:
     VI18NFileNotFoundError(long module, I18NMessage::MessageSeverity severity, const I18NMessage::Parameter& file);
 };
 
-/// The text of a module: four characters, or an empty text for a number that names none. Numbers from 200 up are
-/// plug-ins' and stop the process through an assertion when there is no such plug-in.
+/// The text of a module: four characters (three for 105), or an empty text for a number that names none. Numbers from
+/// 200 up belong to plug-ins; one that belongs to no plug-in fails an assertion.
 const char* msg_mod2str(int module);
 
-/// Throws `error` as a pointer to Thrown.
+/// Throws `error` as a pointer to Thrown, the type by which it can be caught.
 template <class Thrown> [[noreturn]] void err_throw(std::unique_ptr<Thrown> error) {
     throw error.release();
 }
 
-/// Takes over the exception that is being handled. Returns: the error object, or null for any other exception.
-/// REQUIRES: called while a handler runs.
+/// Takes ownership of the error that is being handled. Returns: the error, or null for any other exception. REQUIRES:
+/// called while a handler runs.
 std::unique_ptr<VError> err_caught() noexcept;
 
-/// Runs a step that must not keep the next one from running: whatever it throws is dropped. Returns: false when it
-/// threw.
+/// Runs a step and drops whatever it throws, so that the next step runs in any case. Returns: false when it threw.
 template <class Step> bool err_attempt(Step step) noexcept {
     try {
         step();

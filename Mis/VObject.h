@@ -10,6 +10,6 @@ public:
     VObject& operator=(VObject&&) = default;
     virtual ~VObject();
 
-    /// Orders two objects. The root knows no content, so it orders by identity. Returns: -1, 0 or 1.
+    /// Orders two objects. This one orders by identity, since it knows no content. Returns: -1, 0 or 1.
     virtual int Compare(const VObject* other) const;
 };

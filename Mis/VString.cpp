@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-// Nothing here may need code to run before main: strings of other units may be built before this one's turn.
+// Initialised without running code: strings of other units may be made before this unit's turn.
 constinit int rgInitData[4] = {-1, 0, 0, 0};
 VStringData* vDataNil = reinterpret_cast<VStringData*>(rgInitData);
 const char* vPchNil = reinterpret_cast<const char*>(rgInitData + 3);
@@ -29,7 +29,7 @@ char* NilCharacters() noexcept {
     return reinterpret_cast<char*>(rgInitData + 3);
 }
 
-/// vDataNil, which the compiler cannot know to stay what it is.
+/// The value of vDataNil. That is a variable, which the compiler would have to load.
 VStringData* NilBlock() noexcept {
     return reinterpret_cast<VStringData*>(rgInitData);
 }
@@ -347,7 +347,7 @@ void VString::AllocCopy(VString& dest, int nCopyLen, int nCopyIndex, int nExtraL
 }
 
 void VString::AssignCopy(int nSrcLen, const char* src) {
-    // The source may lie in the block that is given up, which therefore goes last.
+    // The source may lie in the old block, so that is released last.
     VStringData* pOldData = AllocBeforeWrite(nSrcLen);
     std::memmove(m_pchData, src, static_cast<std::size_t>(nSrcLen));
     SetLength(nSrcLen);
@@ -388,7 +388,7 @@ void VString::SetLength(int nLen) {
 }
 
 const VString& GetEmptyString() {
-    // Never destroyed: others may still use it while the process ends.
+    // Never destroyed: destructors of static objects may still use it.
     static const VString& empty = *new VString();
     return empty;
 }

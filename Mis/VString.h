@@ -5,7 +5,7 @@
 /// The header of a text block; the characters and their terminator follow it. A block for n characters is one
 /// array of n + 13 chars. The byte at index nDataLength is always 0.
 struct VStringData {
-    int nRefs;        ///< strings that share the block; negative: the block is never shared
+    int nRefs;        ///< how many strings share the block; negative: it is never shared
     int nDataLength;  ///< characters in use, without the terminator
     int nAllocLength; ///< characters available, without the terminator
 
@@ -14,7 +14,7 @@ struct VStringData {
 
 static_assert(sizeof(VStringData) == 12);
 
-/// The static block of all empty texts: count -1, length 0, capacity 0, terminator. Never counted, never freed.
+/// The static block of empty strings: count -1, length 0, capacity 0, terminator. Never counted, never freed.
 extern int rgInitData[4];
 extern VStringData* vDataNil;
 extern const char* vPchNil; ///< the characters of rgInitData
@@ -23,10 +23,10 @@ extern char vChNil;
 /// A byte string over a reference-counted block that is copied on write. Counts are not atomic: a string and all
 /// that share its block belong to one thread.
 ///
-/// Blocks are always of the exact size needed; only GetBuffer reserves room. A null text, a negative size and an
-/// index out of range are errors of the caller and stop the process through an assertion. A block that cannot be
-/// allocated throws a pointer to VError (module 75, number 4109, severity 3, the bytes requested), and leaves the
-/// string as it was.
+/// A new block is exactly as large as the text; only GetBuffer reserves more. A string whose text gets shorter may keep
+/// its block. Unless a function says otherwise, a null text, a negative size and an index out of range fail an
+/// assertion. When a block cannot be allocated, a pointer to VError is thrown (module 75, number 4109, severity 3, the
+/// bytes requested), and the string is as it was.
 class VString {
 public:
     VString() noexcept;
@@ -47,31 +47,30 @@ public:
     int GetLength() const { return GetData()->nDataLength; }
     bool IsEmpty() const { return GetData()->nDataLength == 0; }
 
-    /// Goes back to the static empty block.
+    /// Makes the string empty and gives its block up, except one that is never shared.
     void Empty();
 
-    /// A writable buffer of at least `nMinBufLength` characters that holds the current text. ReleaseBuffer ends
-    /// its use.
+    /// Returns: a writable buffer that holds the current text and has room for at least `nMinBufLength` characters.
+    /// Call ReleaseBuffer when done with it.
     char* GetBuffer(int nMinBufLength);
-    /// Sets the length, -1 for that of the text up to the first zero byte, which must then be there, and gives
-    /// the unused room back.
+    /// Sets the length and frees the unused room. -1 takes the length up to the first zero byte, which must be there.
     void ReleaseBuffer(int nNewLength = -1);
     /// Shrinks the block to the length of the text.
     void FreeExtra();
 
     void SetAt(int nIndex, char ch);
     void MakeUpper();
+    /// Remove white space. Bytes from 0x80 up never count as that.
     void TrimLeft();
-    /// Bytes from 0x7F up never count as white space here.
     void TrimRight();
 
-    /// The offset of the first match or -1. Searching for the character 0 gives the length. `nStart` lies within
-    /// 0 to the length, which is not checked.
+    /// Returns: the offset of the first match, or -1. The character 0 is found at the end of the text. `nStart` must
+    /// lie within 0 to the length, which is not checked.
     int Find(char ch) const;
     int Find(char ch, int nStart) const;
     int Find(const char* lpszSub) const;
 
-    /// Parts of the text; offsets and counts outside of it are cut to it.
+    /// Parts of the text. An offset or a count that reaches out of it is cut to it.
     VString Mid(int first) const;
     VString Mid(int first, int count) const;
     VString Left(int count) const;
@@ -84,7 +83,7 @@ public:
 
 private:
     VStringData* GetData() const {
-        // The literal is what the message of the shipped assertion shows.
+        // Spelled __null so that the message of a failed assertion stays the same.
         assert(m_pchData != __null);
         return reinterpret_cast<VStringData*>(m_pchData) - 1;
     }
@@ -95,8 +94,8 @@ private:
     void AllocBuffer(int nLen);
     void Release();
     void CopyBeforeWrite();
-    /// Makes room for nLen characters, whose old contents are lost. Returns: the block to release once the new
-    /// ones are in place, vDataNil for none.
+    /// Makes room for nLen characters; the old text may be lost. Returns: the block to release once the new text is in
+    /// place, vDataNil for none.
     VStringData* AllocBeforeWrite(int nLen);
     void AllocCopy(VString& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const;
     void AssignCopy(int nSrcLen, const char* src);
@@ -115,6 +114,6 @@ const VString& GetEmptyString();
 /// Compares case-insensitively; bytes from 0x80 up sort below all others. Returns: -1, 0 or 1.
 int qx_stricmp(const char* a, const char* b);
 
-/// Fills the first two "%s" markers of `text`. In the part before the second marker "%%" stands for one "%", other text
-/// for itself; a null argument shows as "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer markers.
+/// Fills the first two "%s" markers of `text`. Before the second marker "%%" becomes one "%"; all other text stays. A
+/// null argument shows as "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer than two markers.
 int VStringFormat(VString& text, const char* first, char* second);

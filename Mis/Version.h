@@ -1,7 +1,8 @@
 #pragma once
 
-/// The one place of the version; the build reads it from here. Written into configuration files that are made new.
+/// The version of the program. It stands only here; the build reads it. It is also written into task-data files that
+/// are new, as their build version.
 inline constexpr const char* programVersion = "6.71.2105";
 
-/// What stands behind the version in the first record of each log file.
+/// Follows the version in the version record of a log.
 inline constexpr const char* buildStamp = "Apr 27 2010 12:06:01";

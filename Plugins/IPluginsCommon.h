@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// The catalogue of the plug-ins that the agent knows: parallel tables, indexed by Plugins::PluginCode_. The lookups
-/// consult the rows 0 to 14; row 15 stands for "unknown".
+/// The plug-ins that the agent knows, in parallel tables indexed by Plugins::PluginCode_. Lookups search the rows 0 to
+/// 14; row 15 stands for "unknown".
 namespace Plugins {
 
 enum PluginCode_ {
@@ -31,25 +31,25 @@ enum PluginCode_ {
 extern const char* const plugin_names[16];
 extern const char* const plugin_description[16];
 extern const char* const mod_strs[16];  ///< four characters each
-extern const int log_codes[16];         ///< message-module numbers
-extern const char* const dll_names[16]; ///< empty for a plug-in without a library; the last is null
+extern const int log_codes[16];         ///< numbers of their message modules
+extern const char* const dll_names[16]; ///< file names of their libraries, empty for none; the last is null
 extern const char* const oracle_8i_solaris_name;
 extern const char* const oracle_8i_solaris_dll;
 
 } // namespace Plugins
 
-/// The code of a name in any letter case, UNDEFINED for an unknown one. The alias counts only in upper case, unlike in
-/// the lookups below.
+/// The code of a plug-in by its name in any letter case, UNDEFINED for an unknown name. The alias is known only in
+/// upper case here; the lookups below know it in any.
 Plugins::PluginCode_ string2code(const VString& name);
 Plugins::PluginCode_ string2code(const std::string& name);
 Plugins::PluginCode_ string2code(const char* name);
 
-/// The description of a name in any letter case; empty when there is none.
+/// The description of a plug-in by its name in any letter case; empty for an unknown name.
 VString string2pluginName(const VString& name);
 VString string2pluginName(const std::string& name);
 VString string2pluginName(const char* name);
 
-/// The file name of the library of a name in any letter case; empty when there is none.
+/// The file name of a plug-in's library by its name in any letter case; empty when there is none.
 VString string2dllName(const VString& name);
 VString string2dllName(const std::string& name);
 VString string2dllName(const char* name);

@@ -1,5 +1,5 @@
-// The low-level SHA-1 calls need none of the provider machinery that libcrypto's newer interface loads when it
-// is first used, and they cannot fail. They are marked deprecated.
+// The low-level SHA-1 calls are deprecated, but they cannot fail, and they need none of the providers that libcrypto's
+// newer interface loads on first use.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
 #include "classlib/Signature.h"

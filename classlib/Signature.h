@@ -6,18 +6,19 @@
 
 namespace txccl {
 
-/// Room for the digest library's own context, so that its headers stay out of this one.
+/// Room for the context of libcrypto, whose headers would otherwise be included here.
 struct sha1_context {
     alignas(8) unsigned char state[96];
 };
 
+/// The steps of a SHA-1: begin, hash bytes any number of times, end.
 void sha1_begin(sha1_context& context) noexcept;
 void sha1_hash(sha1_context& context, const unsigned char* data, std::size_t length) noexcept;
 /// Writes the 20 bytes of the digest to `digest` and ends the use of `context`.
 void sha1_end(sha1_context& context, unsigned char* digest) noexcept;
 
-/// A SHA-1 fingerprint: feed bytes, close, read the digest. Every `unsigned char*` that is handed out holds
-/// SIGNATURE_SIZE bytes, belongs to the caller and is released with free_binary.
+/// A SHA-1 fingerprint: update with bytes, close, read the digest. Every `unsigned char*` that is handed out holds
+/// SIGNATURE_SIZE bytes and belongs to the caller, who releases it with free_binary.
 class Signature {
 public:
     static constexpr int SIGNATURE_SIZE = 20;
@@ -32,6 +33,7 @@ public:
         SignableObject& operator=(const SignableObject&) = default;
         SignableObject& operator=(SignableObject&&) = default;
         virtual ~SignableObject();
+        /// The digest of the content, which the caller owns; null for none.
         virtual unsigned char* binary_signature() = 0;
     };
 
@@ -55,7 +57,7 @@ public:
     static unsigned char* binary();
     static void free_binary(unsigned char* digest) noexcept;
 
-    /// The same as text; a null object gives the signature of no bytes.
+    /// The same as 40 hexadecimal digits. A null object gives the signature of no bytes.
     static std::string of(const unsigned char* data, unsigned int length);
     static std::string of(const std::string& text);
     static std::string of();

@@ -10,7 +10,7 @@ namespace txccl::string {
 namespace {
 
 constexpr bool IsWhitespace(char c) noexcept {
-    // A search in WHITESPACE would be a call for each character.
+    // Searching WHITESPACE would cost a function call for each character.
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 

@@ -11,17 +11,18 @@
 #include <span>
 #include <string_view>
 
-/// Finds the rows of taskOptions that can fit a name or a number. The compiler makes it, since it knows the rows.
+/// Finds the rows of taskOptions that can fit a name or a number. The rows are known at compile time, so the compiler
+/// builds it.
 class KeyIndex {
 public:
     using Row = std::uint16_t;
 
     static constexpr Row noRow = taskOptionCount;
 
-    /// A row whose name takes an index.
+    /// A row whose name takes an index: one name and one number for each.
     struct Family {
         int id = 0;
-        int span = 0; ///< indices that its digits can express
+        int span = 0; ///< how many indices its digits can express
         Row row = noRow;
     };
 
@@ -38,17 +39,17 @@ public:
                   [](const Family& a, const Family& b) { return a.id < b.id; });
     }
 
-    /// Each row that can fit, in table order, and noRow behind the last; others may be among them.
+    /// The rows that can fit, in table order, then noRow. The caller checks each: some may not fit.
     Row FirstOfName(std::string_view name) const noexcept { return m_byName.First(Hash(name)); }
     Row NextOfName(Row row) const noexcept { return m_byName.Next(row); }
     Row FirstOfId(int id) const noexcept { return m_byId.First(Hash(id)); }
     Row NextOfId(Row row) const noexcept { return m_byId.Next(row); }
 
-    /// All families by id.
+    /// All families in the order of their ids.
     std::span<const Family> Families() const noexcept { return {m_families.data(), m_familyCount}; }
 
 private:
-    /// Rows in buckets, each of which lists its rows in table order.
+    /// A hash table of rows; each bucket lists its rows in table order.
     class Buckets {
     public:
         constexpr Buckets() { m_first.fill(noRow); }
@@ -71,8 +72,8 @@ private:
         std::array<Row, taskOptionCount> m_next{};
     };
 
-    /// Every digit and "%" counts as one character, so that Plugin3 lands with Plugin%, and so do the two cases of a
-    /// letter. The length, the first character and the last few tell nearly all rows apart.
+    /// Treats every digit and "%" as one character, so that Plugin3 lands with Plugin%, and the two cases of a letter
+    /// as one. The length, the first character and the last few suffice to tell nearly all rows apart.
     static constexpr std::uint32_t Hash(std::string_view name) noexcept {
         constexpr std::size_t endLength = 5;
         auto hash = static_cast<std::uint32_t>(name.size());
@@ -89,7 +90,7 @@ private:
 
     static constexpr std::uint32_t Hash(int id) noexcept { return static_cast<std::uint32_t>(id) * 2654435769U >> 16; }
 
-    /// The indices that the digits of `name` can express, 1 for a name without any.
+    /// How many indices the digits of `name` can express; 1 for a name that takes none.
     static constexpr int SpanOf(std::string_view name) noexcept {
         const std::size_t first = name.find('%');
         if (first == std::string_view::npos) {
@@ -107,5 +108,5 @@ private:
     std::size_t m_familyCount = 0;
 };
 
-/// The index over taskOptions, made where they stand.
+/// The index over taskOptions. It is defined beside them.
 extern const KeyIndex taskOptionIndex;

@@ -16,7 +16,7 @@ constexpr bool IsBlank(char c) noexcept {
     return c == ' ' || c == '\t';
 }
 
-/// The part of `text` that is matched: from its first character that is no blank to the next blank or zero byte.
+/// The part of `text` that is matched: from the first character that is not a blank to the next blank or zero byte.
 std::string_view FirstWord(std::string_view text) noexcept {
     while (!text.empty() && IsBlank(text.front())) {
         text.remove_prefix(1);

@@ -22,7 +22,7 @@ bool IsLowerByName(const VTDEntry* a, const VTDEntry* b) {
     return order != 0 ? order < 0 : IsLowerByKey(a, b);
 }
 
-/// Not std::merge, which wants one ordering for both.
+/// std::merge would need one ordering for all entries, and there is none; see Sorted.
 Pointers Merged(std::span<VTDEntry* const> unnamed, std::span<VTDEntry* const> named) {
     Pointers merged;
     merged.reserve(unnamed.size() + named.size());
@@ -63,7 +63,7 @@ void TaskEntries::Append(VTDEntry entry) {
     }
 }
 
-/// The last entry takes the place of the erased one, so that a series of deletions stays linear.
+/// Moves the last entry into the gap, so that the cost does not depend on how many entries there are.
 bool TaskEntries::Erase(int key) {
     const auto found = m_positions.find(key);
     if (found == m_positions.end()) {
@@ -93,7 +93,7 @@ std::vector<VTDEntry*> TaskEntries::Sorted() {
     for (VTDEntry& entry : m_entries) {
         entries.push_back(&entry);
     }
-    // The files that this program writes are in order already, which a merge sort makes use of.
+    // A file that this program wrote is in order already; a merge sort is fast on that.
     const auto named = std::partition(entries.begin(), entries.end(), IsUnnamed);
     std::sort(entries.begin(), named, IsLowerByKey);
     std::stable_sort(named, entries.end(), IsLowerByName);

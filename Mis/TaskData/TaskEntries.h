@@ -11,28 +11,28 @@ class TaskEntries {
 public:
     TaskEntries();
 
-    /// The entry of `key`, null for none. Valid until the next change.
+    /// The entry of `key`, null for none. Valid until an entry is added or erased.
     const VTDEntry* Find(int key) const;
     VTDEntry* Find(int key);
 
-    /// REQUIRES: no entry has this key.
+    /// Adds an entry. REQUIRES: no entry has this key.
     void Append(VTDEntry entry);
 
-    /// Returns: false when there was nothing to erase.
+    /// Erase one key, or all from `first` to `last`. Returns: false when there was nothing to erase.
     bool Erase(int key);
     bool EraseRange(int first, int last);
 
     /// All entries, in no order.
     const std::vector<VTDEntry>& All() const { return m_entries; }
 
-    /// All entries in the entries' own ordering. That is no ordering as soon as some of them have no name, since three
-    /// can then compare in a circle. So the unnamed ones stand by key, the named ones by name, and both are merged: the
-    /// result depends on nothing but the set of entries.
+    /// All entries in the order in which they are written: the named ones sorted by name, the unnamed ones by key, then
+    /// both merged. Sorting all at once would not do: a named and an unnamed entry compare by key, so three entries can
+    /// compare in a circle. This way the result depends only on the set of entries.
     std::vector<VTDEntry*> Sorted();
 
 private:
     void Reindex();
 
     std::vector<VTDEntry> m_entries;
-    std::unordered_map<int, std::size_t> m_positions; ///< by key
+    std::unordered_map<int, std::size_t> m_positions; ///< where the entry of a key stands in m_entries
 };

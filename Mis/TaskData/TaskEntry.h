@@ -7,16 +7,16 @@
 
 /// One key of a task-data file with its value.
 ///
-/// Entries order by name, byte by byte; where one has no name, by key.
+/// Two entries compare by name, byte by byte, or by key when either has no name.
 class VTDEntry : public VObject {
 public:
-    /// Takes the name from the key table; it stays empty for a key without a row. The value is cropped.
+    /// Takes the name from the key table; it stays empty when no row names the key. The value is cropped.
     VTDEntry(int key, const std::string& value, int version, int type);
     VTDEntry(const VTDEntry&) = default;
     VTDEntry(VTDEntry&&) = default;
     ~VTDEntry() override;
 
-    /// Returns: -1, 0 or 1 by the ordering; against an object of another class, by identity.
+    /// Returns: -1, 0 or 1 as the operators below say; by identity for an object of another class.
     int Compare(const VObject* other) const override;
     virtual VTDEntry& operator=(const VTDEntry& other);
     VTDEntry& operator=(VTDEntry&&) = default;
@@ -25,7 +25,7 @@ public:
     virtual bool operator<(const VTDEntry& other) const;
 
     unsigned GetTypeMask() const noexcept { return m_typeMask; }
-    /// The owner's version when the entry was made.
+    /// The version that the constructor was given.
     int GetVersion() const noexcept { return m_version; }
     int GetKey() const noexcept { return m_key; }
     const std::string& GetName() const noexcept { return m_name; }

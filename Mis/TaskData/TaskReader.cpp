@@ -76,19 +76,19 @@ TaskReader::Line TaskReader::Complete(std::string_view logical) {
     return Line::key;
 }
 
-/// A section whose name holds a "." takes one "}" for each of its parts.
+/// Drops the last part of the open name. So a section whose name holds a "." needs one "}" for each part.
 void TaskReader::CloseSection() {
     const std::size_t dot = m_prefixLength < 2 ? std::string::npos : m_name.rfind('.', m_prefixLength - 2);
     m_prefixLength = dot == std::string::npos ? 0 : dot + 1;
 }
 
-/// What closes up around a removed joint may look like one, and stays.
+/// Removing a joint can bring characters together that form a new one; that one is kept.
 std::string_view TaskReader::RemoveJoints(std::string_view value, std::string_view logical) {
     std::size_t found = value.find(joint);
     if (found == std::string_view::npos) {
         return value;
     }
-    // A value of many lines may be long, so it moves together where it is.
+    // The value may be long, so its pieces are moved together in place: in m_logicalLine, where most joints arise.
     auto begin = static_cast<std::size_t>(value.data() - logical.data());
     if (logical.data() != m_logicalLine.data()) {
         m_logicalLine = value;

@@ -3,19 +3,20 @@
 #include <string>
 #include <string_view>
 
-/// The line syntax of a task-data text: comments, continued lines, sections, keys with values. Knows no key.
+/// Reads the line syntax of a task-data text: comments, continued lines, sections, keys with values. Which keys there
+/// are is no concern of it.
 ///
 ///     physical = text [ "//" comment ]
-///     logical  = { physical `"-` } physical      each further one begins with `"`
+///     logical  = { physical `"-` } physical      all but the first begin with `"`
 ///     line     = section "{" | "}" | key "=" value
 ///
-/// An unfinished logical line is lost when the next line does not begin with a quote, and at the end of the text.
+/// A logical line that goes on is dropped when the next line does not begin with a quote, or the text ends.
 class TaskReader {
 public:
     enum class Line {
-        done, ///< no key: empty, unfinished, or the start or end of a section
-        key,  ///< Name() and Value() hold it
-        bad,  ///< neither of these
+        done, ///< no key: an empty line, one that goes on, or the start or end of a section
+        key,  ///< a key, in Name() and Value()
+        bad,  ///< not in the syntax
     };
 
     /// Goes back to the start of a text.
@@ -24,12 +25,13 @@ public:
     /// Takes the next physical line, without its line end.
     Line Next(std::string_view physical);
 
-    /// Drops an unfinished line and gives back the memory that long lines took. Open sections stay open.
+    /// Drops a line that goes on, and frees the memory that long lines took. Open sections stay open.
     void EndText();
 
     /// The names of the open sections and of the key, joined by ".". Valid until the next call.
     std::string_view Name() const noexcept { return m_name; }
-    /// The value without surrounding white space and joints. Valid until the next call and as long as the line.
+    /// The value without surrounding white space and without joints. Valid until the next call, and only as long as the
+    /// physical line is.
     std::string_view Value() const noexcept { return m_value; }
 
 private:
@@ -38,8 +40,8 @@ private:
     std::string_view RemoveJoints(std::string_view value, std::string_view logical);
 
     std::string m_pendingLine;      ///< a logical line that goes on
-    std::string m_logicalLine;      ///< one that was put together from several, or a value whose joints are removed
+    std::string m_logicalLine;      ///< one put together from several lines, or a value whose joints are removed
     std::string m_name;             ///< each open section's name and a ".", then that of the key
-    std::size_t m_prefixLength = 0; ///< what of it belongs to the sections
+    std::size_t m_prefixLength = 0; ///< how much of m_name belongs to the sections
     std::string_view m_value;
 };

@@ -15,7 +15,7 @@ void Indent(std::size_t depth, std::string& out) {
     out.append(unit * depth, ' ');
 }
 
-/// Ends a line of which `used` characters stand already, breaking it where it gets too long.
+/// Appends `text` to a line that has `used` characters already, breaks it where it gets too long, and ends it.
 void WriteBroken(std::size_t used, std::string_view text, std::string& out) {
     assert(used <= longestLine);
     while (used + text.size() > longestLine) {
@@ -52,8 +52,9 @@ void TaskWriter::Write(std::string_view name, std::string_view value, std::strin
     }
 }
 
-/// Below the first section that differs, one is closed for each level that the key or the open sections have. That is
-/// more than differ when the key lies deeper than they do: all are then closed, to be opened again.
+/// Counts the levels of the key or of the open sections, whichever are more, and closes one section for each level
+/// below the first that differs. When the key lies deeper than the open sections, that closes more than differ;
+/// OpenSections opens those again.
 void TaskWriter::CloseSections(const Parts& parts, std::string& out) {
     const std::size_t depth = parts.size() - 1;
     const std::size_t levels = std::max(depth, m_open.size());

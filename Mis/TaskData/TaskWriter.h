@@ -4,15 +4,16 @@
 #include <string_view>
 #include <vector>
 
-/// The writing side of the line syntax: keys in sections, indented by two spaces, key lines of 78 characters at most
-/// before they are continued, CR LF ends.
+/// Writes the line syntax: keys in sections, indented by two spaces a level, lines that end in CR LF. A key line is
+/// continued on the next after 78 characters, the quotes and hyphens that mark this not counted.
 class TaskWriter {
 public:
     /// Forgets the open sections.
     void Reset();
 
-    /// Appends the lines of one key: those that close and open sections, and its own. `name` is dotted; a key without a
-    /// name is a bare value. REQUIRES: a name that leaves room for the value on its line, as all in the key table do.
+    /// Appends the lines of one key: those that close and open sections, and its own. `name` is the dotted name; for an
+    /// empty one only the value is written. REQUIRES: indent, name and " = " take at most 78 characters, as those of
+    /// all keys in the key table do.
     void Write(std::string_view name, std::string_view value, std::string& out);
 
     /// Appends the lines that close all open sections.

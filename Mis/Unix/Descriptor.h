@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-/// Owns a file descriptor of the system and closes it. What closing says is dropped: who must know synchronises first.
+/// Owns a file descriptor of the system and closes it. An error of closing is dropped: synchronise first if it matters.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -17,10 +17,10 @@ public:
     }
     ~Descriptor() { Close(); }
 
-    /// Below 0 when there is none.
+    /// The descriptor, still owned here; below 0 for none.
     int Number() const noexcept { return m_number; }
     bool IsOpen() const noexcept { return m_number >= 0; }
-    /// Returns: the number, which the caller closes from now on.
+    /// Gives the descriptor up. Returns: its number, which the caller now has to close.
     int Release() noexcept { return std::exchange(m_number, -1); }
 
 private:

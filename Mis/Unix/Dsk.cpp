@@ -19,7 +19,7 @@ bool MakeDirectory(const std::string& path) {
     if (mkdir(path.c_str(), 0700) == 0) {
         return true;
     }
-    // Somebody else may have made it meanwhile.
+    // Another process may have made it meanwhile.
     return errno == EEXIST && FileStatus::Of(path).IsDirectory();
 }
 

@@ -16,7 +16,7 @@ constexpr mode_t ownerBits = 0700;
 constexpr mode_t groupBits = 0070;
 constexpr mode_t readBits = 0444;
 
-/// `length` is the answer to asking for the file's access control list.
+/// `length` is what asking for the length of the file's access control list returned, with errno of that call.
 FileAccess AccessOf(const FileStatus& status, ssize_t length) {
     const bool hasList = length >= 0 || (errno != ENODATA && errno != ENOTSUP && errno != ENOSYS);
     const mode_t mode = status.Permissions() | forOwner;
@@ -36,7 +36,7 @@ FileAccess sys_accessOf(const std::string& path, const FileStatus& status) {
 void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
     const bool belongs = status.Owner() == access.owner && status.Group() == access.group;
     const bool given = belongs || fchown(descriptor, access.owner, access.group) == 0;
-    // What fails leaves the file as it was made, which nobody else can read.
+    // If this fails, the file keeps the bits it was made with, which let nobody else read it.
     static_cast<void>(fchmod(descriptor, given ? access.mode : access.mode & ownerBits));
 }
 

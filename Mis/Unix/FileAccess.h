@@ -7,22 +7,22 @@
 
 class FileStatus;
 
-/// Who may read a file: what another file that holds the same secrets is given.
+/// Who may read a file. Other files that hold its secrets, such as a copy or a log, are given the same.
 struct FileAccess {
     uid_t owner;
     gid_t group;
-    mode_t mode; ///< permission bits; always with reading and writing for the owner
+    mode_t mode; ///< permission bits; the owner can always read and write
 };
 
-/// That of a file with this status. The bits of the group play another part where the file has an access control list,
-/// and are left out then.
+/// The access of the file with this status. The bits of the group are left out when the file has an access control list
+/// or when the system cannot tell, because with a list they are not the rights of the group.
 FileAccess sys_accessOf(int descriptor, const FileStatus& status);
 FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 
-/// Gives an open file with this status, which is still empty and readable by its owner only, the owner and the bits of
-/// `access`. Where the owner cannot be set, only the file's own owner can read it.
+/// Gives an open file with this status, still empty and readable by its owner alone, the owner, the group and the bits
+/// of `access`. If owner and group cannot be set, nobody but the present owner can read the file.
 void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
-/// Takes from an open file with this status the bits by which more could read it than `access` lets; adds none. The
-/// owner stays. Returns: false when the bits could not be changed.
+/// Takes away the bits of an open file with this status that would let more users read it than `access` does. Adds
+/// none, and leaves the owner alone. Returns: false when the bits could not be changed.
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);

@@ -24,7 +24,7 @@ std::string WithoutSeparator(std::string path) {
     return path;
 }
 
-/// What `path` names after the links at its end have been followed, be it there or not.
+/// The name to which `path` leads when the links at its end are followed. It need not exist.
 std::string Followed(std::string path) {
     constexpr int mostLinks = 40;
     char target[PATH_MAX];

@@ -5,7 +5,7 @@
 
 #include <sys/stat.h>
 
-/// What the system says of a file: whether it is there, of what kind, and which file it is.
+/// What the system says of a file: whether it is there, its kind, and which file it is.
 
 enum class Presence {
     present,
@@ -17,30 +17,30 @@ class FileStatus {
 public:
     /// Nothing is known yet.
     FileStatus() = default;
-    /// Of the file that `path` names; links are followed.
+    /// Of the file that `path` names, links followed.
     static FileStatus Of(const std::string& path) noexcept;
-    /// Of the entry itself, which may be a link.
+    /// Of the entry `path` itself, which may be a link.
     static FileStatus OfEntry(const std::string& path) noexcept;
     /// Of an open file.
     static FileStatus Of(int descriptor) noexcept;
 
     Presence GetPresence() const noexcept { return m_presence; }
     bool IsPresent() const noexcept { return m_presence == Presence::present; }
-    /// What follows is false and 0 unless the file is present.
+    /// All that follows is false or 0 unless the file is present.
     bool IsRegular() const noexcept { return S_ISREG(m_status.st_mode); }
     bool IsDirectory() const noexcept { return S_ISDIR(m_status.st_mode); }
     bool IsLink() const noexcept { return S_ISLNK(m_status.st_mode); }
     bool IsPipe() const noexcept { return S_ISFIFO(m_status.st_mode); }
-    /// True for a regular file that no other name leads to.
+    /// True for a regular file without further hard links.
     bool HasOneName() const noexcept { return IsRegular() && m_status.st_nlink == 1; }
     off_t Size() const noexcept { return m_status.st_size; }
-    /// The bytes of the blocks that the file has; holes have none.
+    /// The bytes of the blocks that the file occupies; holes occupy none.
     off_t Allocated() const noexcept;
     uid_t Owner() const noexcept { return m_status.st_uid; }
     gid_t Group() const noexcept { return m_status.st_gid; }
     mode_t Permissions() const noexcept { return m_status.st_mode & 0777U; }
 
-    /// True when both are present and one file.
+    /// True when both are present and the same file.
     bool IsSameAs(const FileStatus& other) const noexcept;
 
 private:
@@ -50,11 +50,11 @@ private:
     struct stat m_status = {};
 };
 
-/// True when `path` leads, or would lead once it is made, to the file with this name and status.
+/// True when `path` leads to the file with this name and status, or would lead there once that is made.
 bool sys_isSameFile(const std::string& path, const std::string& file, const FileStatus& status);
 
-/// True when both names are the same entry of the same directory, whether or not it exists. A "/" at the end does not
-/// count.
+/// True when both names mean the same entry of the same directory, whether the entry exists or not. A "/" at the end
+/// does not count.
 bool sys_isSameEntry(const std::string& a, const std::string& b);
 
 /// The directory part of `path` with its separator; "./" when there is none.

@@ -21,14 +21,15 @@ OutputFile OpenEntry(const std::string& path, int flags, mode_t mode) {
     return {Descriptor(open(path.c_str(), flags | careful)), false, {}};
 }
 
-/// The links of the process file system stand for open files; their text need not be a name.
+/// True for a link of the process file system, such as /proc/self/fd/1. It stands for an open file, and its text need
+/// not be a name.
 bool IsProcessLink(int link) {
     struct statfs system = {};
     return fstatfs(link, &system) == 0 && system.f_type == PROC_SUPER_MAGIC;
 }
 
-/// The link itself, if it may be followed. Its owner and its text are then those of one and the same link, whoever
-/// changes the directory meanwhile.
+/// The link itself, if it may be followed. Its owner and, later, its text are read through this descriptor, so nobody
+/// can swap the link in between.
 Descriptor OpenOwnLink(const std::string& path) {
     Descriptor link(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     const FileStatus status = FileStatus::Of(link.Number());

@@ -7,15 +7,15 @@
 
 #include <sys/types.h>
 
-/// A file that was opened for a copy or a log.
+/// A file opened for a copy or a log.
 struct OutputFile {
-    Descriptor file; ///< not open when it failed; errno tells why
+    Descriptor file; ///< not open on failure; errno tells why
     bool created = false;
     FileStatus status; ///< of the open file, before anything is changed
 };
 
-/// Opens `path` for a copy or a log, made with `mode` when it is missing, in the way of `flags` (as open takes them,
-/// without those that create or truncate). The place may be one to which others have access, so a link is followed
-/// only if it belongs to root or to the user of this process, and a FIFO, which could make the process wait, is
-/// refused. Nothing of what is there is changed.
+/// Opens `path` for a copy or a log, and creates it with `mode` when it is missing. `flags` are those of open, without
+/// the ones that create or truncate. Others may have access to the place, so two things are refused: a link that
+/// belongs neither to root nor to the user of this process, and a FIFO, which could make the process wait. A file that
+/// is there is not changed.
 OutputFile sys_openOutput(const std::string& path, int flags, mode_t mode);

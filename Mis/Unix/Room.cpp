@@ -20,7 +20,8 @@ bool HasHole(int file, off_t length) noexcept {
     return hole >= 0 && hole < length;
 }
 
-/// Asking for blocks that are there already would fail on a full disk where the file system wants more than it needs.
+/// True when no new block is needed. None must be asked for then: on a full disk some file systems refuse even blocks
+/// that the file has already.
 bool OwnBlocksSuffice(int file, const FileStatus& status, off_t length, off_t block) noexcept {
     const off_t inside = std::min(length, status.Size());
     return length <= RoundedUp(status.Size(), block) && inside <= status.Allocated() && !HasHole(file, inside);
@@ -30,7 +31,7 @@ bool CannotReserve(int error) noexcept {
     return error == EOPNOTSUPP || error == ENOSYS || error == ENODEV;
 }
 
-/// A file system that reports no size at all has no free space to report either.
+/// A file system that reports no size reports no free space either, so there is nothing to compare.
 bool FreeSpaceSuffices(const struct statvfs& system, off_t needed) noexcept {
     return system.f_blocks == 0 || needed <= 0 ||
            static_cast<unsigned long long>(needed) <= 1ULL * system.f_bavail * system.f_frsize;

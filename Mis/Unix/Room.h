@@ -4,8 +4,8 @@
 
 class FileStatus;
 
-/// Makes sure, before a byte of the open regular file with this status is changed, that `length` bytes can be written
-/// over it: where its own blocks do not suffice, new ones are reserved beyond its end, or, where the file system cannot
-/// reserve, the free space is asked for. Returns: false when there is no room; even then blocks may have been taken.
-/// What is not used in the end is given back by cutting the file to its length. The file's position may change.
+/// Makes sure that `length` bytes can be written over the open regular file with this status, before a byte of it is
+/// changed. If its own blocks do not suffice, new ones are reserved; its size stays. If the file system cannot reserve,
+/// the free space is compared. Returns: false when there is no room; blocks may have been reserved even then. Cut the
+/// file to its length in the end: that gives back what is not used. The position in the file may change.
 bool sys_reserve(int file, const FileStatus& status, off_t length) noexcept;

@@ -2,10 +2,10 @@
 
 #include <string>
 
-/// True when `path` names something that can be reached; follows symbolic links.
+/// True when `path` leads to something; symbolic links are followed.
 bool doesFileExist(const char* path);
 
-/// The directory of this program, with its trailing separator; empty when the system does not tell.
+/// The directory of this program, with the trailing separator; empty when the system does not tell.
 std::string prs_getprogramsdir();
 
 /// Sets ORACLE_HOME in the environment of this process.

@@ -39,7 +39,7 @@ std::uint64_t LargestFile() noexcept {
     return getrlimit(RLIMIT_FSIZE, &limit) == 0 ? limit.rlim_cur : RLIM_INFINITY;
 }
 
-/// A file that is opened to be written over.
+/// A file opened to be written over.
 struct Target {
     Descriptor file;
     bool created = false;
@@ -59,13 +59,14 @@ Target OpenTarget(const std::string& path, bool mayCreate, const FileAccess* acc
     return {std::move(created), isNew};
 }
 
-/// Writes with one call. Returns: the bytes written.
+/// Writes with one call. Returns: the bytes written, 0 on an error.
 std::size_t WriteOnce(int file, std::string_view text) noexcept {
     const ssize_t written = write(file, text.data(), text.size());
     return written < 0 ? 0 : static_cast<std::size_t>(written);
 }
 
-/// Empty lines up to the length of the old text: they mean nothing to the reader, and the rest of the old text would.
+/// Adds empty lines up to the length of the old text. They mean nothing to a reader of the file; the rest of the old
+/// text would.
 void Pad(std::string& text, std::uint64_t oldSize) {
     constexpr std::uint64_t mostPadding = 1U << 20;
     const std::uint64_t length = std::min({oldSize, text.size() + mostPadding, LargestFile()});
@@ -74,7 +75,7 @@ void Pad(std::string& text, std::uint64_t oldSize) {
     }
 }
 
-/// Writes `text` over a regular file. Returns: false when the file could not be brought to hold it.
+/// Writes `text` over a regular file. Returns: false when that failed at any step.
 bool Overwrite(const Target& target, const FileStatus& before, const std::string& path, std::string text) {
     const int file = target.file.Number();
     const auto length = static_cast<off_t>(text.size());
@@ -83,7 +84,7 @@ bool Overwrite(const Target& target, const FileStatus& before, const std::string
     const bool isAtStart = hasRoom && lseek(file, 0, SEEK_SET) == 0;
     const std::size_t written = isAtStart ? WriteOnce(file, text) : 0;
     const bool complete = isAtStart && written == text.size();
-    // Unless the text is complete, cutting only gives back what was reserved.
+    // If the text is not complete, cutting is only to give back the blocks that were reserved.
     const off_t valid = complete ? length : std::max(before.Size(), static_cast<off_t>(written));
     const bool cut = ftruncate(file, valid) == 0;
     if (target.created && !complete && written == 0) {
@@ -93,7 +94,7 @@ bool Overwrite(const Target& target, const FileStatus& before, const std::string
            (!target.created || sys_synchroniseDirectory(sys_directoryOf(path)));
 }
 
-/// Reads until `size` bytes are there or the file ends. Returns: the bytes read, below 0 on an error.
+/// Reads until it has `size` bytes or the file ends. Returns: the bytes read, below 0 on an error.
 ssize_t ReadFully(int file, char* buffer, std::size_t size) noexcept {
     std::size_t filled = 0;
     while (filled < size) {
@@ -122,7 +123,7 @@ int sys_readFile(const char* path, std::uint64_t limit, FileContent& content) {
     if (!status.IsPresent() || size > limit || size > SIZE_MAX / 2) {
         return -1;
     }
-    // Not value-initialised: every byte that counts is read into it.
+    // Not zeroed: reading fills every byte that is used.
     std::unique_ptr<char[]> bytes(new char[static_cast<std::size_t>(size)]);
     UseHugePages(bytes.get(), static_cast<std::size_t>(size));
     const std::size_t count = std::fread(bytes.get(), 1, static_cast<std::size_t>(size), stream.get());
@@ -158,7 +159,7 @@ bool sys_holdsSame(const std::string& file, const std::string& reference) {
     ssize_t count = 0;
     do {
         count = ReadFully(second.Number(), wanted, sizeof wanted);
-        // At the end one byte more is asked for, which must not be there.
+        // At the end of the reference the file must end, too: asking for one more byte shows it.
         const std::size_t asked = count > 0 ? static_cast<std::size_t>(count) : 1;
         if (count < 0 || ReadFully(first.Number(), held, asked) != count ||
             std::memcmp(held, wanted, static_cast<std::size_t>(count)) != 0) {

@@ -8,7 +8,7 @@
 
 struct FileAccess;
 
-/// Files that are read, written and compared in one piece.
+/// Files that are read, written and compared as a whole.
 
 /// The bytes of a file.
 struct FileContent {
@@ -18,22 +18,22 @@ struct FileContent {
     std::string_view Text() const noexcept { return {bytes.get(), size}; }
 };
 
-/// Reads the file; what it grows by meanwhile is not read. Returns: 1, or -1 when it is missing, larger than `limit`
+/// Reads as many bytes as the file has when it is opened. Returns: 1, or -1 when it is missing, larger than `limit`
 /// bytes, or cannot be opened or read; `content` is then empty.
 int sys_readFile(const char* path, std::uint64_t limit, FileContent& content);
 
-/// Writes `text` over the file, in place, and synchronises it. A file that is missing is made: with `access`, or as the
-/// umask decides when that is null.
+/// Writes `text` over the file in place and synchronises it. A missing file is created with `access`, or as the umask
+/// decides when that is null.
 ///
-/// A regular file is changed only once the room for `text` is there, and then by one call, padded with LF where the
-/// old text was longer, so that the file holds the old or the new text between any two calls; then it is cut to its
-/// length.
+/// A regular file is not touched before there is room for `text`. Then one call writes all of it, with LF over the rest
+/// of a longer old text. So between any two calls a reader finds the old or the new text, unless that rest is above 1
+/// MiB: more LF are not written. At last the file is cut to its length.
 ///
-/// Returns: the bytes of `text`; 0 when there is no room, in which case the file is as it was, or when writing,
-/// cutting or synchronising failed; -1 when the file cannot be opened, or `text` is above the size that this process
-/// may write, in which case the file is as it was.
+/// Returns: the bytes of `text`; 0 when there is no room, with the file as it was, or when writing, cutting or
+/// synchronising failed; -1, with the file as it was, when it cannot be opened or `text` is longer than this process
+/// may write.
 long sys_writeFile(const std::string& path, std::string text, const FileAccess* access = nullptr);
 
-/// True when `file` holds what `reference` holds and both could be read to the end. Of `file`, at most one byte more
-/// than `reference` has is read.
+/// True when `file` holds the bytes of `reference` and both could be read to the end. At most one byte more than
+/// `reference` has is read of `file`, which may be endless.
 bool sys_holdsSame(const std::string& file, const std::string& reference);

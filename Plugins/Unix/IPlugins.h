@@ -8,11 +8,11 @@ public:
     /// The one registry.
     static IPlugins* instance();
 
-    /// The module text of a plug-in's message-module number. REQUIRES: 200 to 214.
+    /// The text, four characters, of a plug-in's message module. REQUIRES: 200 <= mod <= 214.
     const char* mod2str(int mod);
 
-    /// Takes over the list of plug-ins that a configuration file names, and its end. Nothing is kept or opened: a
-    /// configuration file never makes this program load code. VTaskData::extensionLoaded tells that it happened.
+    /// Called with the list of plug-ins of a configuration file, and after it. Both do nothing: a configuration file
+    /// never makes this program load code. VTaskData::extensionLoaded tells that they were called.
     void setPluginsString(const std::string& plugins);
     void loadAllPlugins();
 };
