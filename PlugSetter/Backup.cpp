@@ -23,15 +23,15 @@ namespace {
 constexpr const char* label = "backupFile()";
 
 void DeleteSource(const std::string& directory, const std::string& fileName) {
-    // By the convention of sys_delete never below 0: a source that stays is not reported.
+    // sys_delete answers true or false, so this branch never runs: a source that cannot be deleted is not reported.
     const int result = sys_delete((directory + fileName).c_str());
     if (result < 0) {
         msg_log(msgSourceNotDeleted, txccl::FilenameHelper::join(directory, fileName).c_str());
     }
 }
 
-/// Writes the copy over the live file as a save would. Returns: false, with the live file as it was, when the copy
-/// cannot be read.
+/// Writes the copy over the live file, as a save does. Returns: false when that failed; a copy that cannot be read
+/// leaves the live file as it was.
 bool WriteBack(const std::string& copy, const FileStatus& status, const std::string& live) {
     FileContent content;
     if (!status.IsRegular() || sys_readFile(copy.c_str(), UINT64_MAX, content) < 1 ||

@@ -5,9 +5,9 @@
 /// Writes the usage text to standard output.
 void usage();
 
-/// Checks the arguments, sets regType, plugName, installationDir, backupDir, the two directories ready for use, and
-/// logFileName, and puts all arguments into `text`, each quoted and after a blank. Returns: false, after telling why on
-/// standard output, when the run must not go on.
+/// Checks the arguments and sets regType, plugName, installationDir, backupDir and logFileName; both directories then
+/// end in the separator. Sets `text` to all arguments, each after a blank and in quotes. Returns: false when the run
+/// must not go on, after saying why on standard output.
 bool parseCommandLine(int argc, char** argv, std::string& text);
 
 /// Makes `dir` end in the platform's path separator.

@@ -3,5 +3,5 @@
 /// The exit statuses of the program.
 enum ExitCode {
     exitSuccess = 0,
-    exitFailure = 1, ///< wrong arguments, or the change failed
+    exitFailure = 1, ///< wrong arguments, another run holds the installation directory, or the change failed
 };

@@ -21,8 +21,8 @@ constexpr const char* label = "backupFile()";
 
 constexpr mode_t ownerOnly = 0600;
 
-/// Opens the place of a copy, emptied and, where it is a file of its own, closed to everybody else. Returns: no open
-/// file when that cannot be had; errno tells why.
+/// Opens the place of a copy and empties it. A regular file without further hard links is first closed to everybody but
+/// its owner. Returns: a file that is not open on failure; errno tells why.
 OutputFile OpenEmpty(const std::string& copy, const FileStatus& source) {
     OutputFile output = sys_openOutput(copy, O_RDWR, ownerOnly);
     const int file = output.file.Number();
@@ -39,7 +39,7 @@ OutputFile OpenEmpty(const std::string& copy, const FileStatus& source) {
     return output;
 }
 
-/// An earlier copy whose mode stands in the way is replaced.
+/// Removes an earlier copy that could not be opened because of its mode. Returns: true when it was removed.
 bool RemoveClosed(const std::string& copy, const FileStatus& source) {
     const bool isClosed = errno == EACCES || errno == EPERM;
     const FileStatus entry = FileStatus::OfEntry(copy);
@@ -66,8 +66,8 @@ void CopyBytes(VBinaryStream& source, VBinaryStream& destination) {
     } while (count > 0);
 }
 
-/// The directories that get an entry when a file is made in `directory`: that one, and those above it from which on
-/// directories are missing.
+/// The directories that get a new entry when a file is created in `directory`: that one and, while it is missing, the
+/// one above, up to the first that exists.
 std::vector<std::string> DirectoriesToChange(const std::string& directory) {
     std::vector<std::string> directories = {directory};
     while (FileStatus::Of(directories.back()).GetPresence() == Presence::missing) {
@@ -91,7 +91,8 @@ bool IsOnDisk(const std::vector<std::string>& directories) {
     return true;
 }
 
-/// Only regular files have a size; of anything else whatever could be read is the whole.
+/// True when the copy is as long as its source. Only regular files have a size; accept whatever could be read of
+/// anything else.
 bool IsComplete(const VBinaryStream& source, const std::string& copy) {
     const FileStatus from = FileStatus::Of(source.GetDescriptor());
     const FileStatus to = FileStatus::Of(copy);

@@ -4,12 +4,14 @@
 
 #include <string>
 
-/// Copies the file `source` byte for byte to `destination`, both full names, and brings the copy to the disk, with its
-/// entry and the entries of the directories that are made for it. A copy is complete or it fails: a regular one has the
-/// size of its regular source in the end. Nobody who cannot read the source can read the copy.
+/// Copies the file `source` byte for byte to `destination`, both names with their directories. Synchronises the copy,
+/// its directory, and the directories that are created for it. A copy that comes out incomplete is an error. Nobody who
+/// cannot read the source can read the copy, unless its place is a device or a file with further hard links: those keep
+/// their access.
 ///
-/// Throws a pointer to VI18NError: 4341 (directory) when the destination's directory cannot be made; BSTR 4145
+/// Throws a pointer to VI18NError: UTIL 4341 (directory) when the destination's directory cannot be created; BSTR 4145
 /// (destination) when the copy cannot be opened for writing, would be the source itself, is a FIFO, or lies behind a
-/// link of another user than root and this one; 7947 ("backupFile()") when the copy is not complete, may not be on the
-/// disk, or for what no error object explains; and what the streams throw.
+/// link of another user than root and this one; UTIL 7947 ("backupFile()") when the system does not tell what the
+/// source is, when the copy is incomplete or may not be on the disk, and for any exception that is no error object; and
+/// what the streams throw.
 void copyFile(const std::string& source, const std::string& destination, VBinaryStream::AccessMode mode);

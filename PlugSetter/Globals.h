@@ -5,7 +5,7 @@
 #include <list>
 #include <string>
 
-/// The state of a run, set by the run sequence and read by its steps.
+/// The state of a run: the command line and the run set it, the steps of the run read it.
 
 /// A file that was saved: where it belongs and where its copy is.
 struct BackupEntry {
@@ -17,11 +17,11 @@ struct BackupEntry {
 enum RegType { registerPlugin = 0, unregisterPlugin = 1 };
 
 extern int regType;
-extern std::string plugName;             ///< as given on the command line
-extern std::string installationDir;      ///< ends in the separator
-extern std::string backupDir;            ///< ends in the separator; with the node's name once the run has got that far
-extern std::string logFileName;          ///< in the installation directory
-extern char agentName[65];               ///< this machine's node name
+extern std::string plugName;        ///< as given on the command line
+extern std::string installationDir; ///< ends in the separator
+extern std::string backupDir;       ///< ends in the separator; later in a run, that of this node below the given one
+extern std::string logFileName;     ///< in the installation directory
+extern char agentName[65];          ///< this machine's node name
 extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving
 
 namespace csl {

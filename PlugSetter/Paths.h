@@ -10,5 +10,5 @@ struct Paths {
     std::string copy;
 };
 
-/// Those that the globals name as they stand. Where the copy goes is settled once backupDir holds the node's name.
+/// The paths by the present values of the globals. Those of the copy are final once backupDir holds the node's name.
 Paths runPaths();

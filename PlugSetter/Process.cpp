@@ -10,7 +10,7 @@ void prepareProcess() {
     std::signal(SIGXFSZ, SIG_IGN);
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) < 0) {
-            // The lowest free number is taken, and those below are open by now.
+            // open takes the lowest free number, which is this one: those below are open by now.
             open("/dev/null", O_RDWR);
         }
     }

@@ -1,13 +1,11 @@
 #pragma once
 
-/// What a run asks of its process.
+/// Settings of the process for a run.
 
-/// Makes a file-size limit an error of the write that passes it, where it would end the process, and opens those of the
-/// descriptors 0 to 2 that are closed on the null device, so that no file of the run gets their numbers and with it
-/// what is printed.
+/// Makes a write above the file-size limit fail; by default it would end the process. Opens the null device for each of
+/// the descriptors 0 to 2 that is closed; otherwise a file of the run could get that number, and printed text with it.
 void prepareProcess();
 
-/// Lets SIGTERM, SIGINT, SIGHUP and SIGQUIT wait until the process ends by itself. To be called before the
-/// configuration is first opened for writing: from then on the run must come to its end, which may be putting the copy
-/// back.
+/// Holds back SIGTERM, SIGINT, SIGHUP and SIGQUIT until the process ends by itself. Call it before the configuration is
+/// first opened for writing: from then on the run must come to its end, even if that is putting the copy back.
 void holdSignals();

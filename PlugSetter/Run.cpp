@@ -21,8 +21,8 @@
 
 namespace {
 
-/// True when deleting the entry `path` would take the configuration away: a link to it, or a further name of the file,
-/// can go.
+/// True when deleting the entry `path` would take the configuration away. A symbolic link to it or a further hard link
+/// of it may be deleted.
 bool HoldsConfiguration(const std::string& path) {
     const FileStatus entry = FileStatus::OfEntry(path);
     if (entry.GetPresence() == Presence::missing) {
@@ -33,8 +33,8 @@ bool HoldsConfiguration(const std::string& path) {
            (entry.HasOneName() && entry.IsSameAs(FileStatus::Of(configuration)));
 }
 
-/// Deletes a directory, given with its separator, if it is empty, or a file of that name unless it is the
-/// configuration. Returns: a negative number on failure, which by the convention of sys_delete never happens: a
+/// Deletes `directory`, which ends in the separator, if it is empty, or a file of that name unless it is the
+/// configuration. Returns: 1 or 0, as sys_delete answers. The callers test for less than 0, which never comes: a
 /// directory that is missing or in use is no failure.
 int DeleteDirectory(std::string directory) {
     directory.pop_back();
@@ -42,20 +42,20 @@ int DeleteDirectory(std::string directory) {
         return 0;
     }
     if (directory.find_first_of("*?") != std::string::npos) {
-        // To sys_delete this would be a pattern.
+        // sys_delete would take this for a pattern.
         return sys_remove(directory.c_str()) ? 1 : 0;
     }
     return sys_delete(directory.c_str()) ? 1 : 0;
 }
 
-/// Opens the log, unless that would empty the configuration: the run then does without.
+/// Opens the log. If that would empty the configuration, the run goes on without one.
 void OpenLog() {
     const Paths paths = runPaths();
     const FileStatus configuration = FileStatus::Of(paths.configuration);
     if (sys_isSameFile(paths.log, paths.configuration, configuration)) {
         return;
     }
-    // A record may repeat a line of the configuration.
+    // A record may repeat a line of the configuration, so nobody else may read the log.
     g_logAccess.reset();
     if (configuration.GetPresence() != Presence::missing) {
         g_logAccess = sys_accessOf(paths.configuration, configuration);
@@ -64,7 +64,7 @@ void OpenLog() {
     batutil_LogOpen(installationDir.c_str(), logFileName.c_str(), truncate, false);
 }
 
-/// Sets `savedBackupDir` to the backup directory and goes on with this node's directory below it.
+/// Keeps the backup directory in `savedBackupDir` and makes backupDir this node's directory below it.
 void PrepareBackupDir(std::string& savedBackupDir) {
     if (DeleteDirectory(backupDir) < 0) {
         err_fail(msgBackupDirInTheWay, backupDir.c_str());
@@ -75,7 +75,7 @@ void PrepareBackupDir(std::string& savedBackupDir) {
     backupDir += VFileName("", -1, false).GetPathSeparator();
 }
 
-/// Returns: true when the change is made; else `error` says why, unless nothing did.
+/// Returns: true when nothing failed. Otherwise `error` says why, unless it was an exception that is no error object.
 bool MakeChange(std::string& savedBackupDir, VI18NError& error) {
     try {
         OpenLog();
@@ -138,7 +138,7 @@ int RunGuarded(const std::string& commandLine) {
     return success ? exitSuccess : exitFailure;
 }
 
-/// Runs while no other run works in the installation directory, which is made if it is missing.
+/// Runs while no other run works in the installation directory. Creates that if it is missing.
 int RunAlone(const std::string& commandLine) {
     if (!txccl::File::exists(installationDir)) {
         dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);

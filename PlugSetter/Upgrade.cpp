@@ -32,7 +32,7 @@ constexpr const char* generatedHeader = "// Automatically Generated File\r\n"
                                         "// -----------------------------------\r\n"
                                         "\r\n";
 
-/// True when the copy would go where the open log is.
+/// True when the copy would be written over the open log.
 bool IsOpenLog(const std::string& copy) {
     return logfp != nullptr && FileStatus::Of(copy).IsSameAs(FileStatus::Of(fileno(logfp)));
 }
@@ -61,7 +61,7 @@ void Load(VTaskData& configuration) {
 /// What the slots hold.
 struct Slots {
     std::optional<int> firstFree;
-    std::vector<int> ofPlugin; ///< all of them: the name may stand in several
+    std::vector<int> ofPlugin; ///< all slots with the plug-in's name, which may stand in several
 };
 
 Slots LookAtSlots(const VTaskData& configuration) {
@@ -110,7 +110,8 @@ void Edit(VTaskData& configuration) {
     configuration.DeleteKey(keyProgramVersion);
 }
 
-/// A file that cannot be opened for writing stays as it is, which is no failure; one that may be damaged is.
+/// Fails when there is no room or the file may be damaged. A file that cannot be opened for writing stays as it is,
+/// which is no failure.
 void Save(VTaskData& configuration) {
     holdSignals();
     bakFiles.back()->liveWasOpened = true;

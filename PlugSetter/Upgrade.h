@@ -1,12 +1,13 @@
 #pragma once
 
-/// Edits the global configuration file in the installation directory: enters the plug-in into the first free of its ten
-/// slots, or clears every slot that holds it. A copy is saved first and added to bakFiles. Reads regType, plugName,
-/// installationDir and backupDir. Without the file nothing happens, which is a success.
+/// Edits the global configuration file in the installation directory: enters the plug-in into the first free of the ten
+/// slots unless one holds it already, or clears every slot that holds it. Saves a copy first and adds it to bakFiles.
+/// Reads regType, plugName, installationDir and backupDir. Without the file nothing happens, which is a success.
 ///
-/// Throws a pointer to VI18NError (error): UTIL 7948 when the file cannot be loaded, 7949, 7951 and 7952 when the
-/// comment or code, the library, or the name cannot be set, BSTR 4152 (file) when there is no room for the new text or
-/// the file may have been damaged while it was saved, UTIL 7947 for anything that no error object explains, among it a
-/// copy in the place of the log; and what copyFile throws. Logs UTIL 7953 when done, also when the file could not be
-/// opened for saving. From saving on, signals that would end the process wait (holdSignals).
+/// Throws a pointer to VI18NError (error): UTIL 7948 (file) when it cannot be loaded; 7949, 7951 and 7952 (file name)
+/// when the comment or the code, the library, or the name cannot be set; BSTR 4152 (file) when there is no room for the
+/// new text or saving may have damaged the file; UTIL 7947 ("upgrade() ") when the system cannot tell whether the file
+/// is there, when the copy would be written over the log, and for any exception that is no error object; and what
+/// copyFile throws. Logs UTIL 7953 when done, also when the file could not be opened for saving. Once saving begins,
+/// signals that would end the process are held back (holdSignals).
 void upgrade();
