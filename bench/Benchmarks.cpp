@@ -11,11 +11,11 @@
 
 namespace {
 
-/// Thousands of the keys whose names have three digits.
+/// The thousands of those keys whose names have three digits.
 constexpr int families[] = {31, 32, 33, 35, 36, 37, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62,
                             63, 64, 65, 66, 67, 81, 82, 83, 84, 85, 86, 87, 88, 91, 92, 93, 94};
 
-/// The keys come in no order, so that sorting has work to do.
+/// A text of `count` different keys in random order, so that sorting has work to do.
 std::string DistinctKeys(std::size_t count) {
     std::vector<std::string> lines(count);
     for (std::size_t i = 0; i < count; ++i) {

@@ -44,7 +44,7 @@ class Contender:
             raise SystemExit(f"failed: {' '.join(self.command)}")
 
     def peak(self):
-        """Peak memory in MiB. What a process was started from counts, so a small program starts it here."""
+        """Peak memory in MiB. It includes that of the process that starts the program, so a small one does."""
         self.prepare()
         timed = subprocess.run(["/usr/bin/time", "-f", "%M"] + self.command, check=True, stderr=subprocess.PIPE)
         return int(timed.stderr.split()[-1]) / 1024

@@ -87,7 +87,7 @@ def distinct_sections(size):
 
 
 def usual(syntax, limit, measure):
-    """The header and whole sections again and again, as long as they stay within `limit`; and what is left of that."""
+    """The header, then whole sections repeated while they stay within `limit`; and how much of that is left."""
     lines = list(syntax.header)
     rounds = [syntax.section(*section) for section in usual_sections()]
     limit -= sum(map(measure, lines))

@@ -1,4 +1,4 @@
-# What `cmake --install` lays where: the components Program, Development and, for its package alone, Debian.
+# What `cmake --install` puts where. Components: Program, Development, and Debian, which only that package holds.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)

@@ -1,4 +1,4 @@
-# What is linked into the program, and the libcrypto that goes with it.
+# What is linked into the program, and which libcrypto that takes.
 #
 #   NONE     nothing; all libraries are those of the machine
 #   CRYPTO   libcrypto
@@ -21,7 +21,7 @@ if(NOT PLUGSETTER_STATIC MATCHES "^(NONE|CRYPTO|RUNTIME|ALL)$")
   message(FATAL_ERROR "PLUGSETTER_STATIC is NONE, CRYPTO, RUNTIME or ALL, not '${PLUGSETTER_STATIC}'")
 endif()
 
-# After a change, what was found for the other way of linking must be looked for again.
+# After a change, look for libcrypto again: the one found before is for the other way of linking.
 if(DEFINED CACHE{PLUGSETTER_STATIC_BEFORE} AND NOT PLUGSETTER_STATIC STREQUAL PLUGSETTER_STATIC_BEFORE)
   unset(OPENSSL_CRYPTO_LIBRARY CACHE)
 endif()
@@ -38,6 +38,6 @@ if(PLUGSETTER_STATIC STREQUAL RUNTIME)
   set(linking_flags -static-libstdc++ -static-libgcc)
 elseif(PLUGSETTER_STATIC STREQUAL ALL)
   set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie)
-  # The linker warns of calls that load a library at run time after all.
+  # The linker warns of calls that would load a library at run time all the same.
   set(linking_flags -Wl,--fatal-warnings)
 endif()

@@ -2,7 +2,7 @@
 
 include(CheckCXXCompilerFlag)
 
-# g++ 12 sees overlaps in the concatenation of std::string that are not there.
+# g++ 12 warns of overlaps in concatenations of std::string where there are none.
 set(warning_flags -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(PLUGSETTER_WERROR)
   list(APPEND warning_flags -Werror)
@@ -10,7 +10,7 @@ endif()
 
 if(PLUGSETTER_HARDEN)
   set(hardening_flags -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
-  # Some need the help of the processor. Not every compiler calls it an error to ask in vain.
+  # Some flags are only for some processors. -Werror, since a compiler may merely warn of a flag that it cannot use.
   set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
     string(MAKE_C_IDENTIFIER "has${flag}" known)
@@ -24,15 +24,15 @@ endif()
 
 function(product_flags target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-  # Where these are 32 bits wide by default, large files and late dates need 64.
+  # On some machines file sizes and times have 32 bits by default; large files and dates after 2037 need 64.
   target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   target_compile_options(${target} PRIVATE ${warning_flags} -ffunction-sections -fdata-sections)
   if(PLUGSETTER_HARDEN OR PLUGSETTER_STATIC STREQUAL ALL)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   endif()
   if(PLUGSETTER_HARDEN)
-    # Only with optimisation, which the checked calls of _FORTIFY_SOURCE need, and without sanitizers, from which they
-    # hide errors.
+    # Only in optimised builds: _FORTIFY_SOURCE needs optimisation. Debug builds may have sanitizers, from which its
+    # checked calls hide errors.
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening_flags}>)
   endif()
   get_target_property(type ${target} TYPE)

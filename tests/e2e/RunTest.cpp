@@ -24,18 +24,19 @@ const std::string registered = ReadFile(TEST_DATA "/global/Global.registered.qxc
 const std::string unregistered = ReadFile(TEST_DATA "/global/Global.unregistered.qxc");
 const std::string longText(100000, 'l');
 
-/// An installation in a scratch directory, named as its copy would be in a backup directory there.
+/// An installation in a scratch directory. Its directory has the node's name, so that with the scratch directory as
+/// backup directory the copy would be the file itself.
 class Run : public testing::Test {
 protected:
     Run() { WriteFile(config, original); }
 
-    /// Runs the tool, which is to write this and nothing else.
+    /// Runs the tool, which must print this and nothing else.
     void Tool(const Texts& arguments, int status = 0, const std::string& output = "") {
         const Outcome outcome = RunTool(arguments);
         EXPECT_EQ(outcome.status, status) << outcome.signal;
         EXPECT_EQ(outcome.output + outcome.errors, output);
     }
-    /// Runs the tool in vain: these records are to tell why.
+    /// Runs the tool, which must fail with these records as the reason.
     void Fail(const std::string& to, const Texts& why, const std::string& rollback = "UTIL 7945 I") {
         Tool({"-r", "SS", agent, to, "install.xlog"}, 1);
         Texts log = {started, rollback, "UTIL 7961 F",
@@ -173,7 +174,7 @@ TEST_F(Run, WorksWithoutALog) {
         Tool({"-r", "ORACLE", agent, backup, log});
         EXPECT_FALSE(fs::exists(config)) << log;
     }
-    // A log in the place of the copy would be copied back.
+    // If the log were written over the copy, restoring would write the log over the configuration.
     WriteFile(config, original);
     Tool({"-r", "ORACLE", agent, backup, "../backup/" + Node() + "/Global.qxc"}, 1);
     EXPECT_EQ(ReadFile(config), original);
@@ -207,7 +208,7 @@ TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
         EXPECT_EQ(ReadFile(config), registered) << name;
         EXPECT_TRUE(fs::is_directory(dir / name)) << name;
     }
-    // The link under whose name the agent is installed stays.
+    // The backup directory names the link to the installation directory; the link must stay.
     Tool({"-u", "SS", dir / "agent", dir / "./agent", "install.xlog"});
     EXPECT_TRUE(fs::is_symlink(dir / "agent"));
     fs::rename(config, dir / "real");

@@ -17,7 +17,7 @@ namespace {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
-    // A leak must not pass for a run that failed.
+    // A leak must not end with the exit status of a failed run.
     putenv(const_cast<char*>("ASAN_OPTIONS=exitcode=99"));
     for (const std::string& setting : environment) {
         putenv(const_cast<char*>(setting.c_str()));

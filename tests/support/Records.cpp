@@ -15,7 +15,7 @@ struct Reading {
 };
 
 void OnStart(void* data, const XML_Char* element, const XML_Char** attribute) {
-    // 1970 is what a clock shows that was never read.
+    // A time in 1970 comes from a clock that was never read.
     static const std::regex time(R"((?!1970)\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.[ \d]\d\+00:00)");
     auto& reading = *static_cast<Reading*>(data);
     const std::string name = element;

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <string>
 
-/// True when the syntax leaves the value alone: no comment, joint, section or continuation mark in it or where its line
-/// is broken.
+/// True when the value reads back as it was written: neither the value nor a break of its line makes a comment, joint,
+/// section or continuation mark.
 inline bool Survives(const std::string& name, const std::string& value) {
     constexpr std::size_t width = 78;
     const auto depth = static_cast<std::size_t>(std::count(name.begin(), name.end(), '.'));
@@ -19,8 +19,8 @@ inline bool Survives(const std::string& name, const std::string& value) {
     return intact && !name.empty() && !value.ends_with('{') && txccl::string::Crop(value) == value;
 }
 
-/// The law of the format: what is written reads back, unless the syntax changes a value, or a late version or type line
-/// leaves entries behind that are not legal.
+/// The law of the format: what is written reads back. Two things are exempt: a value that the syntax changes, and
+/// entries that are no longer legal because a version or type line came after them.
 inline bool RoundTrips(VTaskData& data) {
     std::string written;
     std::string name;

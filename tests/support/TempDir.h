@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-/// A scratch directory that goes with its owner.
+/// A scratch directory that is deleted with this object.
 class TempDir {
 public:
     explicit TempDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
@@ -24,7 +24,7 @@ public:
         std::filesystem::remove_all(m_path, ignored);
     }
 
-    /// The full name of an entry; of the directory itself, with its separator, for an empty name.
+    /// The full name of an entry. An empty name gives the directory itself with its separator.
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
 
 private:

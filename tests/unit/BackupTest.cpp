@@ -105,7 +105,7 @@ TEST_F(Backup, RollbackTellsAMissingCopyByWhetherTheFileWasOpened) {
     EXPECT_EQ(ReadFile("live/first"), "spoilt first");
 }
 
-// A copy that was a device read as empty, and the file was emptied.
+// A device in the place of the copy read as empty, so the file was emptied.
 TEST_F(Backup, RollbackDoesNotBeginWithACopyThatCannotBeRead) {
     fs::remove("copies/first");
     for (const char* noCopy : {"/dev/null", "."}) {

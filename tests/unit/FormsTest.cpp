@@ -1,4 +1,4 @@
-// Calls in the forms that callers of the library use, at the edges of what they may pass.
+// Calls as other programs write them, with arguments at the edges of what is allowed.
 
 #include "Mis/BinStrm.h"
 #include "Mis/Unix/Dsk.h"

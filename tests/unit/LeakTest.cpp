@@ -11,7 +11,7 @@ namespace {
 long liveBlocks = 0;
 } // namespace
 
-// The other forms of new and delete end in these.
+// The other forms of new and delete call these.
 void* operator new(std::size_t size) {
     ++liveBlocks;
     void* block = std::malloc(size);
@@ -39,7 +39,8 @@ TEST(Leaks, ARunGivesBackAllThatItTook) {
         char* arguments[6];
         std::transform(std::begin(words), std::end(words), arguments, [](std::string& word) { return word.data(); });
         WriteFile(dir / "agent/Global.qxc", configuration);
-        // Blocks in use and open files after a run. The first run makes what lives as long as the process.
+        // Blocks in use and open files after each of two runs. The first also allocates what lives as long as the
+        // process.
         std::pair<long, long> held[2];
         testing::internal::CaptureStdout();
         for (auto& [blocks, files] : held) {

@@ -56,7 +56,7 @@ TEST_F(LogTest, ASecondOpenKeepsTheFirstBlock) {
     EXPECT_THAT(Lines("first"), ElementsAre(version, "UTIL 1 E"));
 }
 
-/// Logs when the process ends.
+/// Logs from a destructor when the process ends.
 struct LateRecord {
     bool armed = false;
     ~LateRecord() { armed ? Message::LogMsg(3, "UTIL", SeverityError) : void(); }

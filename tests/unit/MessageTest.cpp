@@ -66,7 +66,7 @@ TEST(Message, SeveritiesHaveLetters) {
     EXPECT_EQ(Message::ToSeverityChar(static_cast<MessageSeverity>(-1)), 'I');
 }
 
-/// Answers failure, and throws for a fatal record.
+/// Fails to log a record, and throws for a fatal one.
 struct FailingLogger : Logger {
     bool Log(std::string*, MessageSeverity severity) override {
         return severity == SeverityFatal ? throw static_cast<VError*>(new VI18NError()) : false;

@@ -135,7 +135,7 @@ TEST(TaskData, TakesOnlyValuesOfTheKeysKind) {
     ExpectFits(false, {100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
 }
 
-/// What the typed getters say of a value, as far as they answer.
+/// The answers of those typed getters that accept the value.
 std::string Typed(const VTaskData& data, int key) {
     bool flag = false;
     int number = 0;
@@ -197,7 +197,7 @@ TEST(TaskData, TakesTypedValues) {
     }
 }
 
-// Entries without names compare by number with all others, in which three can compare in a circle.
+// An entry without a name compares with all others by number, so three entries can compare in a circle.
 TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
     std::vector<int> keys = {63552, keyBiosType + 10, 212};
     for (int i = 1; i < 100; ++i) {

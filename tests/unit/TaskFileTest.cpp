@@ -120,7 +120,7 @@ TEST(TaskFile, SideEffectsAreOnRequest) {
     VTaskData data("", true);
     unsetenv("ORACLE_HOME");
     VTaskData::extensionLoaded = false;
-    // The list of plug-ins is handed over once; its entry follows each file.
+    // The list of plug-ins is handed over only once, but each file sets its entry.
     for (const std::string list : {"no.so", "a.so", "b.so"}) {
         std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
         EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
