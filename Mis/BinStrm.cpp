@@ -39,10 +39,10 @@ void VBinaryStream::Prepare(const char* filespec) {
     errno = 0;
 }
 
-void VBinaryStream::Open(Descriptor file, const char* filespec, AccessMode mode) {
+void VBinaryStream::Open(Descriptor file, const char* filespec) {
     Prepare(filespec);
     m_file = fdopen(file.Number(), "r+b");
-    m_openKind = mode == WriteMode ? OpenKind::write : OpenKind::update;
+    m_openKind = OpenKind::update;
     if (m_file == nullptr) {
         err_fail(msgCannotCreate, m_name.c_str());
     }

@@ -30,7 +30,7 @@ public:
     /// mode outside of the enumeration opens nothing.
     void Open(const char* filespec, AccessMode mode);
     /// Takes over a file that is open for reading and writing already. Throws 4145, and then has closed it.
-    void Open(Descriptor file, const char* filespec, AccessMode mode);
+    void Open(Descriptor file, const char* filespec);
     /// The descriptor of the open file, still owned here; -1 when the stream is closed.
     int GetDescriptor() const noexcept;
     /// True when reading the open file has failed. Its end is no failure.

@@ -59,24 +59,24 @@ void FreeBlocks() noexcept {
     delete std::exchange(blocks, nullptr);
 }
 
-void ApplyAccess(const OutputFile& output) {
+/// Returns: false when more could read the log than g_logAccess lets.
+bool ApplyAccess(const OutputFile& output) {
     if (!g_logAccess) {
-        return;
+        return true;
     }
     if (output.created) {
         sys_giveAccess(output.file.Number(), output.status, *g_logAccess);
-    } else if (output.status.HasOneName()) {
-        sys_narrowAccess(output.file.Number(), output.status, *g_logAccess);
+        return true;
     }
+    return !output.status.HasOneName() || sys_narrowAccess(output.file.Number(), output.status, *g_logAccess);
 }
 
 /// Returns: null when the file cannot be opened.
 std::FILE* OpenFile(const std::string& path, bool truncate) {
     OutputFile output = sys_openOutput(path, truncate ? O_WRONLY : O_RDWR | O_APPEND, g_logAccess ? 0600 : 0666);
-    if (!output.file.IsOpen()) {
+    if (!output.file.IsOpen() || !ApplyAccess(output)) {
         return nullptr;
     }
-    ApplyAccess(output);
     if (truncate && output.status.IsRegular() && ftruncate(output.file.Number(), 0) != 0) {
         return nullptr;
     }

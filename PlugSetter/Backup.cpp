@@ -20,8 +20,6 @@
 
 namespace {
 
-constexpr const char* label = "backupFile()";
-
 void DeleteSource(const std::string& directory, const std::string& fileName) {
     // sys_delete answers true or false, so this branch never runs: a source that cannot be deleted is not reported.
     const int result = sys_delete((directory + fileName).c_str());
@@ -70,19 +68,15 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
     const std::string source = srcDir + fileName;
     switch (FileStatus::Of(source).GetPresence()) {
     case Presence::missing: return;
-    case Presence::unknown: err_fail(msgUnexpected, label);
+    case Presence::unknown: err_fail(msgUnexpected, copyLabel);
     case Presence::present: break;
     }
-    if (dstName.empty()) {
-        copyFile(source, dstDir + fileName, VBinaryStream::WriteMode);
-    } else {
-        copyFile(source, dstDir + dstName, VBinaryStream::UpdateMode);
-    }
+    copyFile(source, dstDir + (dstName.empty() ? fileName : dstName));
     if (deleteSource) {
         DeleteSource(srcDir, fileName);
     }
 } catch (...) {
-    throwAsError(label);
+    throwAsError(copyLabel);
 }
 
 void rollback() {

@@ -1,5 +1,6 @@
 #include "PlugSetter/FileCopy.h"
 
+#include "Mis/BinStrm.h"
 #include "Mis/Report.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
@@ -14,12 +15,22 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
-constexpr const char* label = "backupFile()";
-
 constexpr mode_t ownerOnly = 0600;
+
+/// Lets nobody else read an earlier copy. A stranger who owns it may have it open. Returns: false with errno when that
+/// cannot be had.
+bool CloseToOthers(const OutputFile& copy, const FileStatus& source) {
+    const uid_t owner = copy.status.Owner();
+    if (owner != 0 && owner != geteuid() && owner != source.Owner()) {
+        errno = EPERM;
+        return false;
+    }
+    return fchmod(copy.file.Number(), ownerOnly) == 0;
+}
 
 /// Opens the place of a copy and empties it. A regular file without further hard links is first closed to everybody but
 /// its owner. Returns: a file that is not open on failure; errno tells why.
@@ -30,7 +41,7 @@ OutputFile OpenEmpty(const std::string& copy, const FileStatus& source) {
         errno = EEXIST;
         return {};
     }
-    if (!output.created && output.status.HasOneName() && fchmod(file, ownerOnly) != 0) {
+    if (!output.created && output.status.HasOneName() && !CloseToOthers(output, source)) {
         return {};
     }
     if (output.status.IsRegular() && ftruncate(file, 0) != 0) {
@@ -104,7 +115,7 @@ bool IsComplete(const VBinaryStream& source, const std::string& copy) {
 
 } // namespace
 
-void copyFile(const std::string& source, const std::string& destination, VBinaryStream::AccessMode mode) try {
+void copyFile(const std::string& source, const std::string& destination) try {
     VBinaryStream in;
     in.Open(source.c_str(), VBinaryStream::ReadMode);
     const std::string directory = sys_directoryOf(destination);
@@ -114,18 +125,18 @@ void copyFile(const std::string& source, const std::string& destination, VBinary
     }
     const FileStatus status = FileStatus::Of(in.GetDescriptor());
     if (!status.IsPresent()) {
-        err_fail(msgUnexpected, label);
+        err_fail(msgUnexpected, copyLabel);
     }
     VBinaryStream out;
-    out.Open(OpenCopy(destination, in.GetDescriptor(), status), destination.c_str(), mode);
+    out.Open(OpenCopy(destination, in.GetDescriptor(), status), destination.c_str());
     CopyBytes(in, out);
     out.Flush();
     const bool bytesOnDisk = sys_synchronise(out.GetDescriptor());
     out.Close();
     if (!bytesOnDisk || !IsOnDisk(changed) || !IsComplete(in, destination)) {
-        err_fail(msgUnexpected, label);
+        err_fail(msgUnexpected, copyLabel);
     }
     in.Close();
 } catch (...) {
-    throwAsError(label);
+    throwAsError(copyLabel);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Mis/BinStrm.h"
-
 #include <string>
 
 /// Copies the file `source` byte for byte to `destination`, both names with their directories. Synchronises the copy,
@@ -14,4 +12,7 @@
 /// link of another user than root and this one; UTIL 7947 ("backupFile()") when the system does not tell what the
 /// source is, when the copy is incomplete or may not be on the disk, and for any exception that is no error object; and
 /// what the streams throw.
-void copyFile(const std::string& source, const std::string& destination, VBinaryStream::AccessMode mode);
+void copyFile(const std::string& source, const std::string& destination);
+
+/// The name under which failures of copying are reported.
+inline constexpr const char* copyLabel = "backupFile()";

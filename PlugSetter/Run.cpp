@@ -29,8 +29,8 @@ bool HoldsConfiguration(const std::string& path) {
         return false;
     }
     const std::string configuration = runPaths().configuration;
-    return sys_isSameEntry(path, configuration) || sys_isSameEntry(path, installationDir) ||
-           (entry.HasOneName() && entry.IsSameAs(FileStatus::Of(configuration)));
+    // A directory can only be deleted when it is empty, so there is nothing below it.
+    return entry.IsDirectory() ? sys_isSameEntry(path, configuration) : sys_leadsThrough(configuration, path);
 }
 
 /// Deletes `directory`, which ends in the separator, if it is empty, or a file of that name unless it is the

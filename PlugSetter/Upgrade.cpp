@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace {
 
 constexpr const char* label = "upgrade() ";
@@ -41,7 +43,7 @@ void SaveCopy(const Paths& paths) {
     if (IsOpenLog(paths.copy)) {
         err_fail(msgUnexpected, label);
     }
-    copyFile(paths.configuration, paths.copy, VBinaryStream::WriteMode);
+    copyFile(paths.configuration, paths.copy);
     auto entry = std::make_unique<BackupEntry>(
         BackupEntry{VFileName(paths.configuration, -1, false), VFileName(paths.copy, -1, false)});
     bakFiles.push_back(entry.get());
@@ -110,11 +112,25 @@ void Edit(VTaskData& configuration) {
     configuration.DeleteKey(keyProgramVersion);
 }
 
+/// A file that is made while it lives is readable by its owner only.
+class PrivateFiles {
+public:
+    PrivateFiles() noexcept : m_previous(umask(0077)) {}
+    PrivateFiles(const PrivateFiles&) = delete;
+    PrivateFiles& operator=(const PrivateFiles&) = delete;
+    ~PrivateFiles() { umask(m_previous); }
+
+private:
+    mode_t m_previous;
+};
+
 /// Fails when there is no room or the file may be damaged. A file that cannot be opened for writing stays as it is,
 /// which is no failure.
 void Save(VTaskData& configuration) {
     holdSignals();
     bakFiles.back()->liveWasOpened = true;
+    // Should the file have vanished, it is made anew, with passwords in it.
+    const PrivateFiles isPrivate;
     if (configuration.SaveToFile("") == 0) {
         err_fail(msgNotWritten, configuration.GetTaskName().c_str());
     }

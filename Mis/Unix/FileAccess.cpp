@@ -16,33 +16,48 @@ constexpr mode_t ownerBits = 0700;
 constexpr mode_t groupBits = 0070;
 constexpr mode_t readBits = 0444;
 
+bool MeansNoList(int error) noexcept {
+    return error == ENODATA || error == ENOTSUP || error == ENOSYS;
+}
+
 /// `length` is what asking for the length of the file's access control list returned, with errno of that call.
-FileAccess AccessOf(const FileStatus& status, ssize_t length) {
-    const bool hasList = length >= 0 || (errno != ENODATA && errno != ENOTSUP && errno != ENOSYS);
+bool HasList(ssize_t length) noexcept {
+    return length >= 0 || !MeansNoList(errno);
+}
+
+FileAccess AccessOf(const FileStatus& status, bool hasList) {
     const mode_t mode = status.Permissions() | forOwner;
-    return {status.Owner(), status.Group(), hasList ? mode & ~groupBits : mode};
+    return {status.Owner(), status.Group(), hasList ? mode & ownerBits : mode};
 }
 
 } // namespace
 
 FileAccess sys_accessOf(int descriptor, const FileStatus& status) {
-    return AccessOf(status, fgetxattr(descriptor, accessList, nullptr, 0));
+    return AccessOf(status, HasList(fgetxattr(descriptor, accessList, nullptr, 0)));
 }
 
 FileAccess sys_accessOf(const std::string& path, const FileStatus& status) {
-    return AccessOf(status, getxattr(path.c_str(), accessList, nullptr, 0));
+    return AccessOf(status, HasList(getxattr(path.c_str(), accessList, nullptr, 0)));
 }
 
 void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
     const bool belongs = status.Owner() == access.owner && status.Group() == access.group;
     const bool given = belongs || fchown(descriptor, access.owner, access.group) == 0;
+    // The directory may have given the file a list, which the group's bits would put in force.
+    const bool hasNoList = fremovexattr(descriptor, accessList) == 0 || MeansNoList(errno);
     // If this fails, the file keeps the bits it was made with, which let nobody else read it.
-    static_cast<void>(fchmod(descriptor, given ? access.mode : access.mode & ownerBits));
+    static_cast<void>(fchmod(descriptor, given && hasNoList ? access.mode : access.mode & ownerBits));
 }
 
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
+    const bool isOurs = status.Owner() == 0 || status.Owner() == geteuid() || status.Owner() == access.owner;
+    if (!isOurs && fchown(descriptor, geteuid(), status.Group()) != 0) {
+        return false;
+    }
     mode_t allowed = access.mode | ownerBits;
-    if ((access.mode & readBits) != readBits) {
+    if (HasList(fgetxattr(descriptor, accessList, nullptr, 0))) {
+        allowed = ownerBits;
+    } else if ((access.mode & readBits) != readBits) {
         const bool sameGroup = status.Group() == access.group;
         allowed = sameGroup ? allowed & (ownerBits | groupBits) : ownerBits;
     }

@@ -14,15 +14,16 @@ struct FileAccess {
     mode_t mode; ///< permission bits; the owner can always read and write
 };
 
-/// The access of the file with this status. The bits of the group are left out when the file has an access control list
-/// or when the system cannot tell, because with a list they are not the rights of the group.
+/// The access of the file with this status. When the file has an access control list, which may shut out some whom
+/// the bits let in, or when the system cannot tell, only the owner's bits are taken.
 FileAccess sys_accessOf(int descriptor, const FileStatus& status);
 FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 
 /// Gives an open file with this status, still empty and readable by its owner alone, the owner, the group and the bits
-/// of `access`. If owner and group cannot be set, nobody but the present owner can read the file.
+/// of `access`, and takes away an access control list. If that cannot be done, nobody but the owner can read the file.
 void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
 /// Takes away the bits of an open file with this status that would let more users read it than `access` does. Adds
-/// none, and leaves the owner alone. Returns: false when the bits could not be changed.
+/// none. An owner who is neither root nor the user of this process nor that of `access` loses the file to this user.
+/// Returns: false when it could not be done.
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <optional>
 
 #include <unistd.h>
 
@@ -24,17 +25,27 @@ std::string WithoutSeparator(std::string path) {
     return path;
 }
 
-/// The name to which `path` leads when the links at its end are followed. It need not exist.
-std::string Followed(std::string path) {
-    constexpr int mostLinks = 40;
+constexpr int mostLinks = 40; ///< as many as the system follows
+
+/// The name to which the link `path` leads, which need not exist. None when it is no link.
+std::optional<std::string> LinkTarget(const std::string& path) {
     char target[PATH_MAX];
+    const ssize_t length = readlink(path.c_str(), target, sizeof target);
+    if (length < 0) {
+        return std::nullopt;
+    }
+    const std::string text(target, static_cast<std::size_t>(length));
+    return text.starts_with('/') ? text : sys_directoryOf(path) + text;
+}
+
+/// The name to which `path` leads when the links at its end are followed.
+std::string Followed(std::string path) {
     for (int links = 0; links < mostLinks; ++links) {
-        const ssize_t length = readlink(path.c_str(), target, sizeof target);
-        if (length < 0) {
+        const std::optional<std::string> target = LinkTarget(path);
+        if (!target) {
             break;
         }
-        const std::string text(target, static_cast<std::size_t>(length));
-        path = text.starts_with('/') ? text : sys_directoryOf(path) + text;
+        path = *target;
     }
     return path;
 }
@@ -84,6 +95,24 @@ bool sys_isSameEntry(const std::string& a, const std::string& b) {
     const std::string second = WithoutSeparator(b);
     return first.substr(first.rfind('/') + 1) == second.substr(second.rfind('/') + 1) &&
            FileStatus::Of(sys_directoryOf(first)).IsSameAs(FileStatus::Of(sys_directoryOf(second)));
+}
+
+bool sys_leadsThrough(std::string path, const std::string& entry) {
+    int links = 0;
+    for (std::size_t end = path.find('/', 1); links < mostLinks; end = path.find('/', end + 1)) {
+        const std::string step = path.substr(0, end);
+        if (sys_isSameEntry(step, entry)) {
+            return true;
+        }
+        if (const std::optional<std::string> target = LinkTarget(step)) {
+            path = *target + (end == std::string::npos ? "" : path.substr(end));
+            end = 0;
+            ++links;
+        } else if (end == std::string::npos) {
+            return false;
+        }
+    }
+    return false;
 }
 
 std::string sys_directoryOf(const std::string& path) {

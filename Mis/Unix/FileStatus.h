@@ -57,5 +57,9 @@ bool sys_isSameFile(const std::string& path, const std::string& file, const File
 /// does not count.
 bool sys_isSameEntry(const std::string& a, const std::string& b);
 
+/// True when `entry` is one of the entries by which the system gets to `path`, links followed: without it, `path` would
+/// lead elsewhere or nowhere.
+bool sys_leadsThrough(std::string path, const std::string& entry);
+
 /// The directory part of `path` with its separator; "./" when there is none.
 std::string sys_directoryOf(const std::string& path);

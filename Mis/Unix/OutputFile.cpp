@@ -44,7 +44,8 @@ std::string TargetOf(int link, const std::string& path) {
     return target.starts_with('/') ? target : sys_directoryOf(path) + target;
 }
 
-OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
+/// `isOpenFile` is set when the last link stands for a file that a process has open: such a pipe is one that is read.
+OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode, bool& isOpenFile) {
     constexpr int mostLinks = 40;
     for (int links = 0; links < mostLinks; ++links) {
         OutputFile output = OpenEntry(path, flags, mode);
@@ -56,6 +57,7 @@ OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
             break;
         }
         if (IsProcessLink(link.Number())) {
+            isOpenFile = true;
             return {Descriptor(open(path.c_str(), flags | (careful & ~O_NOFOLLOW))), false, {}};
         }
         path = TargetOf(link.Number(), path);
@@ -67,12 +69,13 @@ OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode) {
 } // namespace
 
 OutputFile sys_openOutput(const std::string& path, int flags, mode_t mode) {
-    OutputFile output = OpenThroughLinks(path, flags, mode);
+    bool isOpenFile = false;
+    OutputFile output = OpenThroughLinks(path, flags, mode, isOpenFile);
     if (!output.file.IsOpen()) {
         return output;
     }
     output.status = FileStatus::Of(output.file.Number());
-    if (!output.status.IsPresent() || output.status.IsPipe()) {
+    if (!output.status.IsPresent() || (output.status.IsPipe() && !isOpenFile)) {
         errno = ENXIO;
         return {};
     }

@@ -15,16 +15,13 @@ off_t RoundedUp(off_t length, off_t block) noexcept {
     return (length + block - 1) / block * block;
 }
 
-bool HasHole(int file, off_t length) noexcept {
+/// The bytes from the start for which the file has blocks without a gap. None of them must be asked for: on a full disk
+/// some file systems refuse even blocks that the file has already.
+off_t OwnRoom(int file, const FileStatus& status, off_t block) noexcept {
     const off_t hole = lseek(file, 0, SEEK_HOLE);
-    return hole >= 0 && hole < length;
-}
-
-/// True when no new block is needed. None must be asked for then: on a full disk some file systems refuse even blocks
-/// that the file has already.
-bool OwnBlocksSuffice(int file, const FileStatus& status, off_t length, off_t block) noexcept {
-    const off_t inside = std::min(length, status.Size());
-    return length <= RoundedUp(status.Size(), block) && inside <= status.Allocated() && !HasHole(file, inside);
+    const bool isEmpty = hole < 0 && errno == ENXIO;
+    const bool isWhole = (isEmpty || hole >= status.Size()) && status.Allocated() >= status.Size();
+    return isWhole ? RoundedUp(status.Size(), block) : 0;
 }
 
 bool CannotReserve(int error) noexcept {
@@ -43,7 +40,8 @@ bool sys_reserve(int file, const FileStatus& status, off_t length) noexcept {
     struct statvfs system = {};
     fstatvfs(file, &system);
     const auto block = static_cast<off_t>(std::max<unsigned long>(system.f_frsize, 1));
-    if (OwnBlocksSuffice(file, status, length, block) || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, length) == 0) {
+    const off_t own = OwnRoom(file, status, block);
+    if (length <= own || fallocate(file, FALLOC_FL_KEEP_SIZE, own, length - own) == 0) {
         return true;
     }
     return CannotReserve(errno) && FreeSpaceSuffices(system, RoundedUp(length, block) - status.Allocated());

@@ -2,7 +2,7 @@
 
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/FileAccess.h"
-#include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/OutputFile.h"
 #include "Mis/Unix/Room.h"
 #include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
@@ -39,24 +39,19 @@ std::uint64_t LargestFile() noexcept {
     return getrlimit(RLIMIT_FSIZE, &limit) == 0 ? limit.rlim_cur : RLIM_INFINITY;
 }
 
-/// A file opened to be written over.
-struct Target {
-    Descriptor file;
-    bool created = false;
-};
-
-Target OpenTarget(const std::string& path, bool mayCreate, const FileAccess* access) {
+OutputFile OpenTarget(const std::string& path, bool mayCreate, const FileAccess* access) {
     constexpr int plain = O_WRONLY | O_NOCTTY | O_CLOEXEC;
-    Descriptor file(open(path.c_str(), plain));
-    if (file.IsOpen() || errno != ENOENT || !mayCreate) {
-        return {std::move(file), false};
+    OutputFile target;
+    target.file = Descriptor(open(path.c_str(), plain));
+    if (!target.file.IsOpen() && errno == ENOENT && mayCreate) {
+        target.file = Descriptor(open(path.c_str(), plain | O_CREAT, access == nullptr ? 0666 : 0600));
+        target.created = target.file.IsOpen();
     }
-    Descriptor created(open(path.c_str(), plain | O_CREAT, access == nullptr ? 0666 : 0600));
-    if (created.IsOpen() && access != nullptr) {
-        sys_giveAccess(created.Number(), FileStatus::Of(created.Number()), *access);
+    target.status = FileStatus::Of(target.file.Number());
+    if (target.created && access != nullptr) {
+        sys_giveAccess(target.file.Number(), target.status, *access);
     }
-    const bool isNew = created.IsOpen();
-    return {std::move(created), isNew};
+    return target;
 }
 
 /// Writes with one call. Returns: the bytes written, 0 on an error.
@@ -75,20 +70,28 @@ void Pad(std::string& text, std::uint64_t oldSize) {
     }
 }
 
+/// A file made for nothing goes again, unless a link has led to it.
+void RemoveEmpty(const OutputFile& target, const std::string& path) {
+    if (FileStatus::OfEntry(path).IsSameAs(target.status)) {
+        unlink(path.c_str());
+    }
+}
+
 /// Writes `text` over a regular file. Returns: false when that failed at any step.
-bool Overwrite(const Target& target, const FileStatus& before, const std::string& path, std::string text) {
+bool Overwrite(const OutputFile& target, const std::string& path, std::string text) {
     const int file = target.file.Number();
+    const off_t before = target.status.Size();
     const auto length = static_cast<off_t>(text.size());
-    Pad(text, static_cast<std::uint64_t>(before.Size()));
-    const bool hasRoom = sys_reserve(file, before, length);
+    Pad(text, static_cast<std::uint64_t>(before));
+    const bool hasRoom = sys_reserve(file, target.status, static_cast<off_t>(text.size()));
     const bool isAtStart = hasRoom && lseek(file, 0, SEEK_SET) == 0;
     const std::size_t written = isAtStart ? WriteOnce(file, text) : 0;
     const bool complete = isAtStart && written == text.size();
     // If the text is not complete, cutting is only to give back the blocks that were reserved.
-    const off_t valid = complete ? length : std::max(before.Size(), static_cast<off_t>(written));
+    const off_t valid = complete ? length : std::max(before, static_cast<off_t>(written));
     const bool cut = ftruncate(file, valid) == 0;
     if (target.created && !complete && written == 0) {
-        unlink(path.c_str());
+        RemoveEmpty(target, path);
     }
     return complete && cut && sys_synchronise(file) &&
            (!target.created || sys_synchroniseDirectory(sys_directoryOf(path)));
@@ -137,16 +140,13 @@ int sys_readFile(const char* path, std::uint64_t limit, FileContent& content) {
 long sys_writeFile(const std::string& path, std::string text, const FileAccess* access) {
     const std::size_t length = text.size();
     const bool isTooLong = length > LargestFile();
-    const Target target = OpenTarget(path, !isTooLong, access);
-    if (!target.file.IsOpen()) {
+    const OutputFile target = OpenTarget(path, !isTooLong, access);
+    const bool isRegular = target.status.IsRegular();
+    if (!target.file.IsOpen() || (isRegular && isTooLong)) {
         return -1;
     }
-    const FileStatus status = FileStatus::Of(target.file.Number());
-    if (status.IsRegular() && isTooLong) {
-        return -1;
-    }
-    const bool done = status.IsRegular() ? Overwrite(target, status, path, std::move(text))
-                                         : status.IsPresent() && WriteOnce(target.file.Number(), text) == length;
+    const bool done = isRegular ? Overwrite(target, path, std::move(text))
+                                : target.status.IsPresent() && WriteOnce(target.file.Number(), text) == length;
     return done ? static_cast<long>(length) : 0;
 }
 

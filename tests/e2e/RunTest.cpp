@@ -211,10 +211,15 @@ TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
     // The backup directory names the link to the installation directory; the link must stay.
     Tool({"-u", "SS", dir / "agent", dir / "./agent", "install.xlog"});
     EXPECT_TRUE(fs::is_symlink(dir / "agent"));
+    // So do all links that lead to the file, and the file at their end, even under one of its two names.
     fs::rename(config, dir / "real");
-    fs::create_symlink("../real", config);
-    Tool({"-u", "SS", agent, dir / "real", "install.xlog"}, 1);
-    EXPECT_EQ(ReadFile(config), registered);
+    fs::create_hard_link(dir / "real", dir / "further");
+    fs::create_symlink("real", dir / "middle");
+    fs::create_symlink("../middle", config);
+    for (const char* name : {"real", "middle", "agent"}) {
+        Tool({"-u", "SS", dir / "agent/.", dir / name, "install.xlog"}, name == std::string("agent") ? 0 : 1);
+        EXPECT_EQ(ReadFile(config), registered) << name;
+    }
 }
 
 } // namespace

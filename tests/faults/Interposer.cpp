@@ -285,6 +285,7 @@ COUNTED(callOther, int,     fchown,      (int f, uid_t user, gid_t group),      
 COUNTED(callOther, int,     utimensat,   (int f, Path p, const timespec* t, int flags), p,  f, p, t, flags)
 COUNTED(callOther, ssize_t, getxattr,    (Path p, Path key, void* to, size_t size),     p,  p, key, to, size)
 COUNTED(callOther, ssize_t, fgetxattr,   (int f, Path key, void* to, size_t size),      f,  f, key, to, size)
+COUNTED(callOther, int,     fremovexattr, (int f, Path key),                            f,  f, key)
 COUNTED(callOther, ssize_t, readlink,    (Path p, char* to, size_t size),               p,  p, to, size)
 COUNTED(callOther, ssize_t, readlinkat,  (int f, Path p, char* to, size_t size),        f,  f, p, to, size)
 COUNTED(callStat,  int,     access,      (Path p, int mode),                            p,  p, mode)

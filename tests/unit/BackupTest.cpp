@@ -165,6 +165,17 @@ TEST_F(Backup, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
         EXPECT_EQ(AccessOf("copies/first"), test.copy) << test.name;
         EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << test.name;
     }
+    // Only others than root cannot open a closed copy; the strangers' one they may read already.
+    for (const uid_t owner : {65534U, 7U}) {
+        SetAccess("live/first", 0600, 65534);
+        SetAccess("copies/first", 0400, owner);
+        SetAccess("copies", 0700, 65534);
+        EXPECT_EQ(seteuid(65534), 0);
+        backupFile("live/", "first", "copies/", "", false);
+        EXPECT_EQ(seteuid(0), 0);
+        EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << owner;
+        EXPECT_EQ(StatusOf("copies/first").st_uid, 65534U);
+    }
     SetAccess("copies/first", 0666, 0);
     fs::create_hard_link("copies/first", "other name");
     backupFile("live/", "first", "copies/", "", false);

@@ -115,7 +115,7 @@ TEST(BinaryStream, LostBytesAreSeen) {
     errno = 0;
     EXPECT_EQ(Thrown([&] { stream.Close(); }), error) << "a write that failed earlier counts, with its own cause";
     VBinaryStream takenOver;
-    takenOver.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full", M::WriteMode);
+    takenOver.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full");
     EXPECT_EQ(takenOver.WriteRawData(bytes, 1), 1U);
     EXPECT_EQ(Thrown([&] { takenOver.Close(); }), error);
 }

@@ -1,13 +1,16 @@
 #include "Mis/Unix/WholeFile.h"
 
 #include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/Room.h"
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,6 +33,13 @@ TEST(WholeFile, FillsHolesBeforeWriting) {
     WriteFile(dir / "file", "");
     std::filesystem::resize_file(dir / "file", mebi.size());
     EXPECT_EQ(sys_writeFile(dir / "file", mebi), 1L << 20);
+    EXPECT_GE(FileStatus::Of(dir / "file").Allocated(), 1L << 20);
+    // Padding is written into holes, too.
+    std::filesystem::resize_file(dir / "file", 0);
+    std::filesystem::resize_file(dir / "file", mebi.size());
+    const int file = open((dir / "file").c_str(), O_RDWR);
+    EXPECT_TRUE(sys_reserve(file, FileStatus::Of(file), 1L << 20));
+    close(file);
     EXPECT_GE(FileStatus::Of(dir / "file").Allocated(), 1L << 20);
 }
 
