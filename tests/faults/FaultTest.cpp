@@ -87,6 +87,8 @@ protected:
         const bool maySpoil = m_fault.promise == oneFault && many && !m_case.edited.empty();
         const std::string live = Check(m_case, outcome, LiveWasHidden(), maySpoil);
         EXPECT_TRUE(live == "new" || m_fault.promise != noFailure) << Story();
+        const bool lost = Did([](const Step& step) { return step.hit && std::strcmp(step.call, "fsync") == 0; });
+        EXPECT_TRUE(outcome.status != 0 || !lost || m_fault.promise != oneFault) << Story();
         EXPECT_TRUE(live != "old" || !single || BlocksOf(m_live) <= blocks) << Story();
         EXPECT_EQ(LeftBehind(), std::set<std::string>()) << Story();
         return true;
@@ -94,9 +96,8 @@ protected:
 
     /// True when the file could not be opened for writing, or was said to be missing and nothing is claimed.
     bool LiveWasHidden() const {
-        return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, [&](const Step& step) {
-            const bool isLive = std::string_view(step.path).ends_with("agent/Global.qxc");
-            return step.hit && isLive && (step.writes || (m_fault.error == ENOENT && !Claims(7953)));
+        return Did([&](const Step& step) {
+            return step.hit && IsLive(step) && (step.writes || (m_fault.error == ENOENT && !Claims(7953)));
         });
     }
 

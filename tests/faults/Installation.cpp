@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iostream>
 #include <regex>
+#include <stdexcept>
 
 #include <spawn.h>
 #include <sys/mount.h>
@@ -98,9 +99,21 @@ pid_t Installation::Start(std::vector<std::string> arguments, std::vector<std::s
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, NameOf(m_outputMemory).c_str(), O_WRONLY | O_TRUNC | O_APPEND, 0);
     posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    // Whoever runs the tests in the background has some signals ignored.
+    sigset_t every;
+    sigfillset(&every);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigdefault(&attributes, &every);
     pid_t process = 0;
-    posix_spawn(&process, TOOL, &actions, nullptr, Pointers(arguments).data(), Pointers(environment).data());
+    const int error =
+        posix_spawn(&process, TOOL, &actions, &attributes, Pointers(arguments).data(), Pointers(environment).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        throw std::runtime_error("the tool cannot be started");
+    }
     return process;
 }
 
@@ -179,10 +192,8 @@ std::string Installation::Check(const Case& run, const Outcome& outcome, bool un
     return live;
 }
 
-bool Installation::WroteLive() const {
-    return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, [](const Step& step) {
-        return std::strcmp(step.call, "write") == 0 && std::string_view(step.path).ends_with("agent/Global.qxc");
-    });
+bool Installation::Did(const std::function<bool(const Step&)>& what) const {
+    return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, what);
 }
 
 std::string Installation::Story() const {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <ostream>
 
@@ -84,8 +85,9 @@ protected:
     std::string Lies(const Case& run, const Outcome& outcome, bool untouched) const;
     /// Expects no lies, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file holds.
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
-    /// True when the last run under a plan began to write to the live file.
-    bool WroteLive() const;
+    /// True when a call of the last run under a plan was such a one.
+    bool Did(const std::function<bool(const Step&)>& what) const;
+    static bool IsLive(const Step& step) { return std::string_view(step.path).ends_with("agent/Global.qxc"); }
     /// The calls of that run, and the log.
     std::string Story() const;
 
