@@ -3,6 +3,7 @@
 
 #include "tests/faults/Installation.h"
 
+#include <algorithm>
 #include <climits>
 #include <csignal>
 #include <cstring>
