@@ -1,7 +1,5 @@
-#include "MessageLIB/Message.h"
 #include "Mis/TaskData.h"
 #include "Mis/TaskData/KeyTable.h"
-#include "Mis/VString.h"
 
 #include <benchmark/benchmark.h>
 
@@ -11,11 +9,11 @@
 
 namespace {
 
-/// The thousands of those keys whose names have three digits.
+/// Thousands of the keys whose names have three digits.
 constexpr int families[] = {31, 32, 33, 35, 36, 37, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62,
                             63, 64, 65, 66, 67, 81, 82, 83, 84, 85, 86, 87, 88, 91, 92, 93, 94};
 
-/// A text of `count` different keys in random order, so that sorting has work to do.
+/// The keys come in no order, so that sorting has work to do.
 std::string DistinctKeys(std::size_t count) {
     std::vector<std::string> lines(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -57,31 +55,5 @@ void LookupByName(benchmark::State& state, const char* name) {
 }
 BENCHMARK_CAPTURE(LookupByName, single, "Priority");
 BENCHMARK_CAPTURE(LookupByName, indexed, "Software.Service123.Startup");
-
-void LookupByNumber(benchmark::State& state) {
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(KeyTable::LastNaming(static_cast<int>(state.range(0)), 671, 1));
-    }
-}
-BENCHMARK(LookupByNumber)->Arg(107)->Arg(67123);
-
-void ChangeString(benchmark::State& state) {
-    const VString text("/opt/agent01/plugins/common");
-    for (auto _ : state) {
-        VString copy = text;
-        copy += "/Global.qxc";
-        copy.MakeUpper();
-        benchmark::DoNotOptimize(copy.Find("GLOBAL"));
-    }
-}
-BENCHMARK(ChangeString);
-
-void RenderMessage(benchmark::State& state) {
-    I18NMessage::Message message(4783, "PARS", I18NMessage::SeverityError, "agent/Global.qxc", 17, "a <line> & more");
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(message.GetString());
-    }
-}
-BENCHMARK(RenderMessage);
 
 } // namespace

@@ -1,13 +1,16 @@
-// What the manual pages show is what the program does.
+// What the manual pages show is what the program does and what its tables hold.
 
+#include "Mis/TaskOptions.h"
 #include "Plugins/IPluginsCommon.h"
 #include "tests/support/Process.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
+#include <map>
 #include <numeric>
 #include <regex>
 #include <set>
+#include <span>
 
 #include <gmock/gmock.h>
 
@@ -47,6 +50,49 @@ TEST(Manual, ListsTheCatalogue) {
     }
     const std::string table = std::accumulate(rows.begin(), rows.end(), std::string(" Ta Sy Library\n")) + ".El\n";
     EXPECT_THAT(Part(pluginPage, ".Sh ", "PLUG-INS"), testing::HasSubstr(table));
+}
+
+/// The groups of each match of `pattern`, joined by blanks.
+std::vector<std::string> Found(const std::string& text, const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::vector<std::string> found;
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), expression); it != std::sregex_iterator(); ++it) {
+        found.push_back(it->format(it->size() == 2 ? "$1" : "$1 $2 $3"));
+    }
+    return found;
+}
+
+TEST(Manual, ListsEachKeyOnce) {
+    const std::map<std::string, std::string> kinds = {{"#H", "heading"},  {"#S", "string"},  {"#P", "password"},
+                                                      {"#R", "raw data"}, {"#B", "boolean"}, {"#N", "number"}};
+    std::vector<std::string> rows;
+    for (const _TOInfo& row : std::span(taskOptions, taskOptionCount)) {
+        const auto kind = kinds.find(row.typeSpec);
+        const std::string names = std::regex_replace(row.typeSpec + 1, std::regex("/"), ", ");
+        rows.push_back((*row.keyName == '\0' ? "(no name)" : row.keyName + std::string()) + " Ta " +
+                       (kind == kinds.end() ? "one of " + names : kind->second) + " Ta " +
+                       std::to_string(row.minVersion) + "\\(en" + std::to_string(row.maxVersion) + " Ta " +
+                       (row.typeMask == 0xffff ? "all" : std::to_string(row.typeMask)) + " Ta " + row.description);
+    }
+    const std::string page = std::regex_replace(ReadFile(KEYS_PAGE), std::regex("\\\\&"), "");
+    EXPECT_THAT(Found(page, "\\.It ((?!Sy ).*)"), testing::UnorderedElementsAreArray(rows));
+}
+
+TEST(Manual, ListsEachRecordOfARun) {
+    const std::map<std::string, std::string> modules = {{"Agent", "AGNT"},  {"BinaryStream", "BSTR"},
+                                                        {"Disk", "DISK"},   {"Logs", "LOGS"},
+                                                        {"Parser", "PARS"}, {"Utility", "UTIL"}};
+    const std::string text = ReadFile(MESSAGE_IDS);
+    const std::size_t begin = text.find("// Records of a run");
+    const std::string rows = text.substr(begin, text.find("// Records that no run writes") - begin);
+    std::vector<std::string> records = Found(rows, "\\{mod(\\w+), +(\\d+), +I18NMessage::Severity(\\w)\\w+\\}");
+    for (std::string& record : records) {
+        record = modules.at(record.substr(0, record.find(' '))) + record.substr(record.find(' '));
+    }
+    std::vector<std::string> listed = Found(pluginPage, "\\.It ([A-Z]{4}) Ta (\\d+) Ta ([A-Z]) Ta");
+    // 4783 stands twice, with two and with three parameters.
+    listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
+    EXPECT_THAT(listed, testing::UnorderedElementsAreArray(records));
 }
 
 TEST(Manual, RecipesDoWhatTheyPromise) {

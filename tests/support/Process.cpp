@@ -12,12 +12,11 @@ namespace {
 
 [[noreturn]] void Exec(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
-    // A leak must not end with the exit status of a failed run.
+    // A leak must not pass for a run that failed.
     putenv(const_cast<char*>("ASAN_OPTIONS=exitcode=99"));
     for (const std::string& setting : environment) {
         putenv(const_cast<char*>(setting.c_str()));
@@ -27,28 +26,20 @@ namespace {
     _exit(127);
 }
 
-void Redirect(const std::string& path, int descriptor) {
-    dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), descriptor);
-}
-
 } // namespace
 
 Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     const TempDir scratch;
     const pid_t child = fork();
     if (child == 0) {
-        Redirect(scratch / "output", STDOUT_FILENO);
-        Redirect(scratch / "errors", STDERR_FILENO);
+        dup2(creat((scratch / "output").c_str(), 0600), STDOUT_FILENO);
+        dup2(creat((scratch / "errors").c_str(), 0600), STDERR_FILENO);
         Exec(command, environment);
     }
     int status = 0;
     waitpid(child, &status, 0);
-    Outcome outcome;
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    outcome.output = ReadFile(scratch / "output");
-    outcome.errors = ReadFile(scratch / "errors");
-    return outcome;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+            ReadFile(scratch / "output"), ReadFile(scratch / "errors")};
 }
 
 Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment) {

@@ -11,8 +11,7 @@ TEST(Names, TheSyntaxGivesTheSeparator) {
     const std::tuple<int, char, const char*, const char*> cases[] = {
         {-1, '/', "dir/", "/"},   {2, '/', "dir/", "/"},    {9, '/', "dir/", "/"},
         {119, '\\', "dir", ""},   {0, '\\', "dir\\", "\\"}, {1, '\\', "dir\\", "\\"},
-        {4, '\\', "dir\\", "\\"}, {7, '\\', "dir\\", "\\"}, {8, '\\', "dir\\", "\\"},
-    };
+        {4, '\\', "dir\\", "\\"}, {7, '\\', "dir\\", "\\"}, {8, '\\', "dir\\", "\\"}};
     for (const auto& [syntax, separator, directory, empty] : cases) {
         EXPECT_EQ(VFileName("dir", syntax, false).GetPathSeparator(), separator) << syntax;
         EXPECT_STREQ(VFileName(VString("dir"), syntax, true).GetName(), directory);
@@ -36,11 +35,6 @@ TEST(NamesDeathTest, AnUnknownSyntaxStopsTheProcess) {
 TEST(Names, ScannersFindSeparatorNameAndEnd) {
     using Scanner = std::function<int(int*, const char*)>;
     using Found = std::pair<int, int>; // result and position
-    const auto scan = [](const Scanner& scanner, const std::string& text) {
-        int position = -1;
-        const int result = scanner(&position, text.c_str());
-        return Found(result, position);
-    };
     const auto nfs = [](auto scanner) { return [=](int* at, const char* text) { return scanner(at, text, 0); }; };
     // clang-format off
     const std::tuple<int, char, Scanner, Scanner, Scanner> families[] = {
@@ -58,13 +52,15 @@ TEST(Names, ScannersFindSeparatorNameAndEnd) {
         for (auto [text, separatorFound, nameFound, endFound] : cases) {
             std::replace(text.begin(), text.end(), '|', separator);
             std::replace(text.begin(), text.end(), ':', separator == '/' ? '\\' : '/');
-            SCOPED_TRACE(std::to_string(syntax) + ' ' + text);
-            EXPECT_EQ(scan(sep, text), separatorFound);
-            EXPECT_EQ(scan(nam, text), nameFound);
-            EXPECT_EQ(scan(end, text), endFound);
-            EXPECT_EQ(scan(std::bind_front(nam_fmt2sep, syntax), text), separatorFound);
-            EXPECT_EQ(scan(std::bind_front(nam_fmt2nam, syntax), text), nameFound);
-            EXPECT_EQ(scan(std::bind_front(nam_fmt2end, syntax), text), endFound);
+            const std::tuple<const char*, Scanner, Found> scanners[] = {
+                {" sep", sep, separatorFound}, {" fmt2sep", std::bind_front(nam_fmt2sep, syntax), separatorFound},
+                {" nam", nam, nameFound},      {" fmt2nam", std::bind_front(nam_fmt2nam, syntax), nameFound},
+                {" end", end, endFound},       {" fmt2end", std::bind_front(nam_fmt2end, syntax), endFound}};
+            for (const auto& [name, scanner, expected] : scanners) {
+                Found found(-1, -1);
+                found.first = scanner(&found.second, text.c_str());
+                EXPECT_EQ(found, expected) << syntax << ' ' << text << name;
+            }
         }
     }
 }
@@ -73,8 +69,7 @@ TEST(Names, ParentAndFileName) {
     const std::tuple<int, const char*, bool, const char*, const char*> cases[] = {
         {2, "/a/b/c", false, "/a/b", "c"}, {2, "/a/b/c/", true, "/a/b", ""}, {2, "/a/b/", false, "/a/b", ""},
         {2, "/a/b", true, "", "b"},        {2, "file", false, "", "file"},   {2, "/etc", false, "", "etc"},
-        {2, "d/", true, "", ""},           {2, "a\\b", false, "", "a\\b"},   {8, "c:\\a/b\\c", false, "c:\\a/b", "c"},
-    };
+        {2, "d/", true, "", ""},           {2, "a\\b", false, "", "a\\b"},   {8, "c:\\a/b\\c", false, "c:\\a/b", "c"}};
     for (const auto& [syntax, path, trailing, parent, file] : cases) {
         VFileName name(path, syntax, false);
         EXPECT_STREQ(name.GetParentPath(trailing), parent) << path;

@@ -1,16 +1,22 @@
 #include "Mis/TaskData.h"
 
-#include <gmock/gmock.h>
+#include "Mis/Log.h"
+#include "tests/support/Records.h"
+#include "tests/support/TempDir.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
-#include <numeric>
+#include <cstdlib>
 #include <random>
-#include <vector>
+#include <regex>
+
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
+constexpr int keyPlugins = 14;
 constexpr int keyDiagnostics = 103;
 constexpr int keyPassword = 104;
 constexpr int keyOperatorMode = 106;
@@ -18,9 +24,9 @@ constexpr int keyPriority = 107;
 constexpr int keyUsePasswordFile = 108;
 constexpr int keyDescription = 213;
 constexpr int keyLogDetail = 402;
+constexpr int keyLogFormat = 403;
 constexpr int keyInclude = 1003;
 constexpr int keyOracleType = 1202;
-constexpr int keyServerName = 10010;
 constexpr int keyPluginHeader = 13100;
 constexpr int keyPluginCode = 13110;
 constexpr int keyBiosType = 20400;
@@ -35,48 +41,20 @@ std::string Value(const VTaskData& data, int key) {
 }
 
 TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
-    // clang-format off
-    const std::tuple<const char*, int, int> cases[] = {
-        {"by name", 604, 603},                                      {"with an index", 13122, 13113},
-        {"one name",  keyDescription, keyBiosType + 1},             {"other name", keyBiosType + 2, keyStockPart},
-        {"no name", keyBiosType + 1, keyBiosType + 2},
-    };
-    // clang-format on
-    for (const auto& [name, lower, higher] : cases) {
+    using Row = std::tuple<const char*, int, int>;
+    for (const auto& [name, lower, higher] : {Row("by name", 604, 603),
+                                              {"with an index", 13122, 13113},
+                                              {"one name", keyDescription, keyBiosType + 1},
+                                              {"other name", keyBiosType + 2, keyStockPart},
+                                              {"no name", keyBiosType + 1, keyBiosType + 2},
+                                              {"no row", keyBiosType + 1, INT_MAX}}) {
         const VTDEntry a(lower, "", 671, 1);
         const VTDEntry b(higher, "", 671, 1);
-        EXPECT_THAT((std::array{a<b, b> a, a == a}), testing::Each(true)) << name;
-        EXPECT_THAT((std::array{b<a, a> b, a == b}), testing::Each(false)) << name;
+        EXPECT_TRUE(a < b && !(b < a)) << name;
+        EXPECT_TRUE(b > a && !(a > b)) << name;
+        EXPECT_TRUE(a == VTDEntry(a) && !(a == b)) << name;
         EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
     }
-}
-
-TEST(TaskEntries, AreFoundThroughManyDeletions) {
-    TaskEntries entries;
-    std::vector<int> keys(600);
-    std::iota(keys.begin(), keys.end(), keyServerName);
-    std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
-    for (const int key : keys) {
-        entries.Append(VTDEntry(key, std::to_string(key), 671, 1));
-    }
-    for (; keys.size() > 100; keys.pop_back()) {
-        ASSERT_TRUE(entries.Erase(keys.back()));
-        ASSERT_FALSE(entries.Erase(keys.back()));
-    }
-    for (const bool erased : {true, false}) {
-        EXPECT_EQ(entries.EraseRange(INT_MIN, keyServerName + 300), erased);
-    }
-    std::erase_if(keys, [](int key) { return key <= keyServerName + 300; });
-    EXPECT_EQ(entries.All().size(), keys.size());
-    for (const int key : keys) {
-        EXPECT_EQ(entries.Find(key) == nullptr ? "" : entries.Find(key)->GetValue(), std::to_string(key));
-    }
-}
-
-TEST(TaskData, AnIndexTooLongForANumberIsTheLargest) {
-    int index = 0;
-    EXPECT_TRUE(VTaskData::KeyMatch("x99999999999y", "X%%%%%%%%%%%Y", &index));
-    EXPECT_EQ(index, INT_MAX);
 }
 
 TEST(TaskData, AddsAndReplacesValues) {
@@ -113,57 +91,50 @@ TEST(TaskData, DeletesOneKeyOrARange) {
     EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
 }
 
-void ExpectFits(bool fits, std::initializer_list<int> keys, std::initializer_list<const char*> values) {
-    VTaskData data("", true);
+void ExpectFits(int fits, std::initializer_list<int> keys, std::initializer_list<const char*> values) {
     for (const int key : keys) {
         for (const char* value : values) {
-            EXPECT_EQ(data.IsValidEntry(key, value), fits) << key << ' ' << value;
-            EXPECT_EQ(data.SetRaw(key, value, true), fits ? 1 : 0) << key << ' ' << value;
+            EXPECT_EQ(VTaskData("", true).IsValidEntry(key, value), fits == 1) << key << ' ' << value;
+            EXPECT_EQ(VTaskData("", true).SetRaw(key, value, true), fits) << key << ' ' << value;
         }
     }
 }
 
 TEST(TaskData, TakesOnlyValuesOfTheKeysKind) {
-    ExpectFits(true, {keyDiagnostics}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "e/fa", "/", "yes/no"});
-    ExpectFits(false, {keyDiagnostics}, {"maybe", "2", "01", " yes", "no/yes"});
-    ExpectFits(true, {keyPriority}, {"", "0", "007", "99999999999999999999"});
-    ExpectFits(false, {keyPriority}, {"-5", "+5", "1.5", " 5", "5 ", "0x1", "1,2"});
-    ExpectFits(true, {keyDescription, keyPassword, keyInclude}, {"", "x = { } // \"-\"", "\xff"});
-    ExpectFits(true, {keyOperatorMode}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"});
-    ExpectFits(false, {keyOperatorMode, keyOracleType},
+    ExpectFits(1, {keyDiagnostics}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "e/fa", "/", "yes/no"});
+    ExpectFits(0, {keyDiagnostics}, {"maybe", "2", "01", " yes", "no/yes"});
+    ExpectFits(1, {keyPriority}, {"", "0", "007", "99999999999999999999"});
+    ExpectFits(0, {keyPriority}, {"-5", "+5", "1.5", " 5", "5 ", "0x1", "1,2"});
+    ExpectFits(1, {keyDescription, keyPassword, keyInclude}, {"", "x = { } // \"-\"", "\xff"});
+    ExpectFits(1, {keyOperatorMode}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"});
+    ExpectFits(0, {keyOperatorMode, keyOracleType},
                {"", "Con", "Consoles", "/Console", "Console,", ",Console", "logs", "Full, Full"});
-    ExpectFits(false, {100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
+    ExpectFits(0, {100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
 }
 
-/// The answers of those typed getters that accept the value.
+/// What the typed getters say of a value, as far as they answer.
 std::string Typed(const VTaskData& data, int key) {
     bool flag = false;
     int number = 0;
     int index = 0;
     unsigned mask = 0;
     std::string password = "left from before";
-    std::string answers;
-    answers += data.GetBool(key, &flag) == 1 ? " bool " + std::to_string(flag) : "";
-    answers += data.GetNumeric(key, &number) == 1 ? " number " + std::to_string(number) : "";
-    answers += data.GetEnum(key, &index) == 1 ? " index " + std::to_string(index) : "";
-    answers += data.GetMask(key, &mask) == 1 ? " mask " + std::to_string(mask) : "";
-    answers += data.GetPassword(key, &password) == 1 ? " password " : "";
-    return answers + password;
+    return (data.GetBool(key, &flag) == 1 ? " bool " + std::to_string(flag) : "") +
+           (data.GetNumeric(key, &number) == 1 ? " number " + std::to_string(number) : "") +
+           (data.GetEnum(key, &index) == 1 ? " index " + std::to_string(index) : "") +
+           (data.GetMask(key, &mask) == 1 ? " mask " + std::to_string(mask) : "") +
+           (data.GetPassword(key, &password) == 1 ? " password " : "") + password;
 }
 
 TEST(TaskData, GivesTypedValues) {
-    // clang-format off
-    const std::tuple<int, const char*, const char*> cases[] = {
-        {keyDiagnostics, "yes", " bool 1"},              {keyDiagnostics, "TRUE", " bool 1"},
-        {keyDiagnostics, "no", " bool 0"},               {keyDiagnostics, "False", " bool 0"},
-        {keyDiagnostics, "1", " number 1"},              {keyDiagnostics, "rue", ""},
-        {keyPriority, "042", " number 42"},              {keyPriority, "99999999999", " number 2147483647"},
-        {keyOperatorMode, "remote", " index 1 mask 2"},  {keyLogDetail, "NONE", " index 0 mask 1"},
-        {keyLogDetail, "None,Summary", " mask 9"},       {keyPassword, "p", " password p"},
-        {keyDescription, "4x", ""},
-    };
-    // clang-format on
-    for (const auto& [key, text, answers] : cases) {
+    using Row = std::tuple<int, const char*, const char*>;
+    for (const auto& [key, text, answers] :
+         {Row(keyDiagnostics, "yes", " bool 1"), Row(keyDiagnostics, "TRUE", " bool 1"),
+          Row(keyDiagnostics, "no", " bool 0"), Row(keyDiagnostics, "False", " bool 0"),
+          Row(keyDiagnostics, "1", " number 1"), Row(keyDiagnostics, "rue", ""), Row(keyPriority, "042", " number 42"),
+          Row(keyPriority, "99999999999", " number 2147483647"), Row(keyOperatorMode, "remote", " index 1 mask 2"),
+          Row(keyLogDetail, "NONE", " index 0 mask 1"), Row(keyLogDetail, "None,Summary", " mask 9"),
+          Row(keyPassword, "p", " password p"), Row(keyDescription, "4x", "")}) {
         VTaskData data("", true);
         EXPECT_EQ(Typed(data, key), "") << "without an entry";
         EXPECT_EQ(data.SetString(key, text, true), 1) << text;
@@ -173,31 +144,26 @@ TEST(TaskData, GivesTypedValues) {
 
 TEST(TaskData, TakesTypedValues) {
     VTaskData data("", true);
-    // clang-format off
-    const std::tuple<const char*, int, int, const char*> cases[] = {
-        {"bool",         data.SetBool(keyDiagnostics, true, true),      keyDiagnostics,  "True"},
-        {"not bool",     data.SetBool(keyUsePasswordFile, false, true), keyUsePasswordFile, "False"},
-        {"no overwrite", data.SetBool(keyDiagnostics, false, false),    keyDiagnostics,  ""},
-        {"number",       data.SetNumeric(keyPriority, 42, true),        keyPriority,     "42"},
-        {"sign",         data.SetNumeric(keyPriority, -1, true),        keyPriority,     ""},
-        {"name",         data.SetEnum(keyOperatorMode, 1, true),        keyOperatorMode, "Remote"},
-        {"past names",   data.SetEnum(keyOperatorMode, 2, true),        keyOperatorMode, ""},
-        {"before names", data.SetEnum(keyOperatorMode, -1, true),       keyOperatorMode, ""},
-        {"mask",         data.SetMask(keyLogDetail, 0b1011, true),      keyLogDetail,    "None,Files,Summary"},
-        {"past names",   data.SetMask(keyLogDetail, 0b10000, true),     keyLogDetail,    ""},
-        {"password",     data.SetPassword(keyPassword, "p", true),      keyPassword,     "p"},
-        {"no password",  data.SetPassword(keyDescription, "p", true),   keyDescription,  ""},
-    };
-    // clang-format on
-    for (const auto& [name, result, key, value] : cases) {
+    using Row = std::tuple<const char*, int, int, const char*>;
+    for (const auto& [name, result, key, value] :
+         {Row("bool", data.SetBool(keyDiagnostics, true, true), keyDiagnostics, "True"),
+          Row("not bool", data.SetBool(keyUsePasswordFile, false, true), keyUsePasswordFile, "False"),
+          Row("no overwrite", data.SetBool(keyDiagnostics, false, false), 0, ""),
+          Row("number", data.SetNumeric(keyPriority, 42, true), keyPriority, "42"),
+          Row("sign", data.SetNumeric(keyPriority, -1, true), 0, ""),
+          Row("name", data.SetEnum(keyOperatorMode, 1, true), keyOperatorMode, "Remote"),
+          Row("past names", data.SetEnum(keyOperatorMode, 2, true), 0, ""),
+          Row("before names", data.SetEnum(keyOperatorMode, -1, true), 0, ""),
+          Row("mask", data.SetMask(keyLogDetail, 0b1011, true), keyLogDetail, "None,Files,Summary"),
+          Row("past names", data.SetMask(keyLogDetail, 0b10000, true), 0, ""),
+          Row("password", data.SetPassword(keyPassword, "p", true), keyPassword, "p"),
+          Row("no password", data.SetPassword(keyDescription, "p", true), 0, "")}) {
         EXPECT_EQ(result, *value != 0 ? 1 : 0) << name;
-        if (*value != 0) {
-            EXPECT_EQ(Value(data, key), value) << name;
-        }
+        EXPECT_TRUE(*value == 0 || Value(data, key) == value) << name << ' ' << Value(data, key);
     }
 }
 
-// An entry without a name compares with all others by number, so three entries can compare in a circle.
+// Entries without names compare by number with all others, in which three can compare in a circle.
 TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
     std::vector<int> keys = {63552, keyBiosType + 10, 212};
     for (int i = 1; i < 100; ++i) {
@@ -223,10 +189,9 @@ TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
     }
 }
 
-TEST(Signature, IsTheSha1OfWhatTaskDataWouldWrite) {
-    EXPECT_EQ(txccl::Signature::of("abc"), "a9993e364706816aba3e25717850c26c9cd0d89d");
-    VTaskData data("file.qxc", true);
-    EXPECT_EQ(data.SetString(keyDescription, "x", true), 1);
+TEST(TaskData, IsSignedByTheTextThatItWouldWrite) {
+    VTaskData data(VString("file.qxc"), true);
+    data.SetString(keyDescription, "x", true);
     const std::string before = txccl::Signature::of(&data);
     EXPECT_EQ(data.SetComment("// z"), 1);
     const std::string signature = txccl::Signature::of(&data);
@@ -234,6 +199,112 @@ TEST(Signature, IsTheSha1OfWhatTaskDataWouldWrite) {
     data.Serialize(text);
     EXPECT_EQ(signature, txccl::Signature::of(text));
     EXPECT_NE(signature, before) << "the comment counts";
+}
+
+/// What a file of this text becomes when it is loaded and saved.
+std::string Resaved(const std::string& text) {
+    const TempDir dir;
+    WriteFile(dir / "file", text);
+    VTaskData data(dir / "file", true);
+    EXPECT_EQ(data.LoadFromFile("", false, "", false), 1) << "line " << data.GetErrorLine();
+    const long written = data.SaveToFile("");
+    EXPECT_EQ(written, static_cast<long>(fs::file_size(dir / "file")));
+    return ReadFile(dir / "file");
+}
+
+std::string WithLineFeeds(const std::string& text) {
+    return std::regex_replace(text, std::regex("\r\n"), "\n");
+}
+
+TEST(TaskFile, PairsAreRewrittenAndStayAsTheyAre) {
+    const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/pairs"), {});
+    EXPECT_GE(files.size(), 30U);
+    for (const fs::path& file : files) {
+        const std::string text = ReadFile(file), name = file.stem().stem();
+        const std::string out = ReadFile(TEST_DATA "/pairs/" + name + ".out.qxc");
+        // Values with joints or leading blanks settle only when they are read again.
+        const bool settles = name == "continuation" && text == out;
+        EXPECT_EQ(Resaved(text), settles ? Resaved(Resaved(text)) : out) << file;
+        EXPECT_EQ(Resaved(WithLineFeeds(text)), Resaved(text)) << file;
+    }
+}
+
+TEST(TaskFile, BadFilesAreRefusedAtTheirLine) {
+    const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/bad"), {});
+    EXPECT_GE(files.size(), 10U);
+    for (const std::string path : files) {
+        const int number = std::stoi(fs::path(path).filename());
+        std::istringstream lines(WithLineFeeds(ReadFile(path)));
+        std::string line;
+        for (int i = 0; i < number; ++i) {
+            std::getline(lines, line);
+        }
+        const TempDir dir;
+        batutil_LogOpen((dir / "").c_str(), "log", 1, false);
+        EXPECT_EQ(VTaskData(path, true).LoadFromFile("", true, "why", true), 0);
+        batutil_LogClose();
+        EXPECT_EQ(Records(ReadFile(dir / "log")).back(),
+                  "PARS 4456 E [syntax error " + path + ", line " + std::to_string(number) + ": " + line + "] [why]");
+    }
+}
+
+TEST(TaskFile, WhatCannotBeReadIsNoSyntaxError) {
+    const TempDir dir;
+    WriteFile(dir / "large", "Description = x\n//");
+    VTaskData data(dir / "large", true);
+    for (const auto& [above, result] : {std::pair(0U, 1), {1U, -1}}) {
+        fs::resize_file(dir / "large", (64U << 20) + above);
+        EXPECT_EQ(data.LoadFile("", true), result) << above << " bytes above the limit";
+    }
+    EXPECT_EQ(data.SaveToFile(dir / "no/directory"), -1);
+}
+
+TEST(TaskFile, LoadingMergesAndStartsAfresh) {
+    VTaskData data("", true);
+    std::string text = "BuildVersion = 6\nQXCVersion = 650\nTime_Zone = a\nDescription = b\nLog {\nAgentName = c\"-\n";
+    EXPECT_TRUE(data.Deserialize(text, true));
+    text = "\"Time_Zone = not continued\n";
+    EXPECT_FALSE(data.Deserialize(text, true));
+    text = "QXCVersion = 102\nDescription = d\nAgentName = e\nnonsense \r\nTASK_ID = 1\n";
+    EXPECT_FALSE(data.Deserialize(text, true));
+    data.Serialize(text);
+    EXPECT_EQ(text, "BuildVersion = \r\n\r\nQXCVersion = 102\r\n\r\nType = 1\r\n\r\nAgentName = e\r\n\r\n"
+                    "Description = d\r\n\r\nTime_Zone = a\r\n\r\n");
+}
+
+TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
+    VTaskData data("", true);
+    std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
+    EXPECT_TRUE(data.Deserialize(text, false));
+    EXPECT_FALSE(data.ParseLine("\",Files", false));
+    EXPECT_TRUE(data.ParseLine("Format = Full", false));
+    EXPECT_EQ(Value(data, keyLogFormat), "Full");
+}
+
+TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
+    using Row = std::tuple<std::string, int, int>;
+    for (auto [text, line, version] : {Row(". {\n}\n}\nDescription = x", 0, 101), // takes two braces
+                                       {". {\n}\nDescription = x", 3, 101},
+                                       {"QXCVersion = 672", 1, 672}}) {
+        VTaskData data("", true);
+        EXPECT_EQ(data.Deserialize(text, false), line == 0) << text;
+        EXPECT_EQ(data.GetErrorLine(), line) << text;
+        EXPECT_EQ(data.GetVersion(), version) << text;
+    }
+}
+
+TEST(TaskFile, SideEffectsAreOnRequest) {
+    VTaskData data("", true);
+    unsetenv("ORACLE_HOME");
+    VTaskData::extensionLoaded = false;
+    // The list of plug-ins is handed over once; its entry follows each file.
+    for (const std::string list : {"no.so", "a.so", "b.so"}) {
+        std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
+        EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
+        EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : nullptr);
+        EXPECT_EQ(VTaskData::extensionLoaded, list != "no.so");
+        EXPECT_EQ(Value(data, keyPlugins), list);
+    }
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "Mis/VString.h"
-#include "Mis/VError.h"
+#include "tests/support/Thrown.h"
 
 #include <climits>
 #include <functional>
@@ -77,7 +77,7 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     EXPECT_EQ(static_cast<const char*>(text), exact);
     const char* const reserved = text.GetBuffer(100);
     text += text;
-    text = static_cast<const char*>(text) + 5;
+    text = reserved + 5;
     EXPECT_EQ(static_cast<const char*>(text), reserved);
     VString copy(text);
     copy.FreeExtra();
@@ -91,9 +91,8 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
 }
 
 TEST(VString, ABlockWithANegativeCountIsNeverShared) {
-    VString locked("abc");
+    VString locked("abc"), assigned;
     (reinterpret_cast<VStringData*>(locked.GetBuffer(0)) - 1)->nRefs = -1;
-    VString assigned;
     assigned = locked;
     EXPECT_EQ(Header(assigned), (Ints{1, 3, 3}));
     EXPECT_EQ(Header(VString(locked)), (Ints{1, 3, 3}));
@@ -124,21 +123,14 @@ TEST(VString, JoinsCutsTrimsAndFinds) {
 }
 
 TEST(VString, OutOfMemoryIsThrownAndLeavesTheStringAsItWas) {
-    const std::pair<const char*, Change> cases[] = {
-        {"VSTR-E-4109: 2147483659", [](S& s) { s.GetBuffer(INT_MAX - 1); }},
-        {"VSTR-E-4109: 19", [](S& s) { s = "longer"; }},
-        {"VSTR-E-4109: 16", [](S& s) { s.SetAt(0, 'X'); }},
-    };
+    const std::pair<const char*, Change> cases[] = {{"VSTR-E-4109: 2147483659", [](S& s) { s.GetBuffer(INT_MAX - 1); }},
+                                                    {"VSTR-E-4109: 19", [](S& s) { s = "longer"; }},
+                                                    {"VSTR-E-4109: 16", [](S& s) { s.SetAt(0, 'X'); }}};
     for (const auto& [expected, change] : cases) {
         VString text("abc");
         const VString other(text);
-        std::string error;
         memoryIsOut = true;
-        try {
-            change(text);
-        } catch (VError*) {
-            error = dynamic_cast<VI18NError&>(*err_caught()).what();
-        }
+        const std::string error = Thrown([&text, &action = change] { action(text); });
         memoryIsOut = false;
         EXPECT_EQ(error, expected);
         EXPECT_STREQ(text, "abc");
@@ -157,8 +149,7 @@ TEST(VStringDeathTest, MisuseStopsTheProcess) {
         {"(2147483647 - 1)", [](S& s) { s.GetBuffer(INT_MAX); }},
         {"nNewLength <= GetData()->nAllocLength", [](S& s) { s.ReleaseBuffer(4); }},
         {"nIndex >= 0", [](S& s) { s.SetAt(-1, 'x'); }},
-        {"nIndex < GetData()->nDataLength", [](S& s) { s.SetAt(3, 'x'); }},
-    };
+        {"nIndex < GetData()->nDataLength", [](S& s) { s.SetAt(3, 'x'); }}};
     for (const auto& [assertion, misuse] : cases) {
         VString text("abc");
         EXPECT_DEATH(misuse(text), testing::AllOf(testing::HasSubstr(": Mis/VString."),
@@ -167,11 +158,17 @@ TEST(VStringDeathTest, MisuseStopsTheProcess) {
 }
 
 TEST(VString, ComparesWithoutCase) {
-    const std::tuple<const char*, const char*, int> cases[] = {
-        {"", "", 0},   {"aBc", "AbC", 0}, {"a", "B", -1},  {"ab", "abc", -1}, {"abc", "AB", 1},
-        {"Z", "[", 1}, {"\xE9", "a", -1}, {"", "\x80", 1}, {"_", "A", -1},    {"\xC4", "\xE4", -1},
-    };
-    for (const auto& [a, b, order] : cases) {
+    using Row = std::tuple<const char*, const char*, int>;
+    for (const auto& [a, b, order] : {Row("", "", 0),
+                                      {"aBc", "AbC", 0},
+                                      {"a", "B", -1},
+                                      {"ab", "abc", -1},
+                                      {"abc", "AB", 1},
+                                      {"Z", "[", 1},
+                                      {"\xE9", "a", -1},
+                                      {"", "\x80", 1},
+                                      {"_", "A", -1},
+                                      {"\xC4", "\xE4", -1}}) {
         EXPECT_EQ(qx_stricmp(a, b), order) << a << ' ' << b;
     }
 }
