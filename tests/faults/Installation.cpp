@@ -10,6 +10,7 @@
 #include <regex>
 #include <stdexcept>
 
+#include <sched.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -27,6 +28,13 @@ std::string NodeName() {
 
 std::string NameOf(int descriptor) {
     return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
+}
+
+/// True when what this process mounts is seen by nobody else and goes with it, however it ends.
+bool HasOwnMounts() {
+    static const bool result =
+        unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return result;
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
@@ -55,7 +63,7 @@ long Setting(const char* name, long usual) {
 }
 
 Installation::Installation()
-    : m_mounted(mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
+    : m_mounted(HasOwnMounts() && mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
       m_copy(m_dir / "backups/today/" + NodeName() + "/Global.qxc"),
       m_plan(ftruncate(m_planMemory, sizeof(Plan)) == 0 ? MapPlan(NameOf(m_planMemory).c_str()) : nullptr) {
     std::filesystem::current_path(m_dir / "");
