@@ -221,7 +221,7 @@ TEST_F(Services, ALockedDirectoryIsNoMissingOne) {
     const std::pair<M::AccessMode, std::string> cases[] = {
         {M::ReadMode, "BSTR-E-4144: " + file}, {M::WriteMode, "BSTR-E-4145: " + file}, {M::UpdateMode, "BSTR-E-4159"}};
     for (const auto& [mode, error] : cases) {
-        EXPECT_EQ(Thrown([&, mode = mode] { m_stream.Open(file.c_str(), mode); }), error);
+        EXPECT_EQ(Thrown([&, how = mode] { m_stream.Open(file.c_str(), how); }), error);
     }
     EXPECT_EQ(CreateUnixPath((file + "/").c_str()), 0);
     batutil_LogOpen((m_dir / "").c_str(), "log", 1, false);
