@@ -260,7 +260,7 @@ void* malloc(std::size_t size) noexcept {
     result Own_##function parameters __asm__(#function);                                                               \
     result Own_##function parameters {                                                                                 \
         static const auto next = NEXT(function);                                                                       \
-        return Hit(call, #function, subject) ? (result)-1 : next(__VA_ARGS__);                                         \
+        return Hit(call, #function, subject) ? (result)(-1) : next(__VA_ARGS__);                                       \
     }
 
 // NOLINTBEGIN(bugprone-reserved-identifier,performance-no-int-to-ptr)
