@@ -117,9 +117,8 @@ VI18NError::VI18NError() = default;
 
 VI18NError::VI18NError(Message* owned) : m_message(owned) {}
 
-VI18NError::VI18NError(const VI18NError& other) : VError() {
-    VI18NError::CopyFrom(const_cast<VI18NError*>(&other));
-}
+VI18NError::VI18NError(const VI18NError& other)
+    : VError(other), m_message(other.m_message == nullptr ? nullptr : std::make_unique<Message>(*other.m_message)) {}
 
 VI18NError::VI18NError(long module, int number) : m_message(MakeMessage(module, number)) {}
 

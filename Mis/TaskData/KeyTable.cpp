@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <iterator>
 
 using Row = KeyIndex::Row;
 using txccl::string::IsDigit;
@@ -109,11 +110,12 @@ const _TOInfo* KeyTable::LastNaming(int key, int version, int type) {
         }
     }
     const auto families = taskOptionIndex.Families();
-    auto family = std::upper_bound(families.begin(), families.end(), key,
-                                   [](int wanted, const KeyIndex::Family& candidate) { return wanted < candidate.id; });
-    while (family != families.begin() && key - (--family)->id < longestSpan) {
-        if (key - family->id < family->span) {
-            consider(family->row);
+    auto after = std::upper_bound(families.begin(), families.end(), key,
+                                  [](int wanted, const KeyIndex::Family& candidate) { return wanted < candidate.id; });
+    for (; after != families.begin() && key - std::prev(after)->id < longestSpan; --after) {
+        const KeyIndex::Family& family = *std::prev(after);
+        if (key - family.id < family.span) {
+            consider(family.row);
         }
     }
     return last;

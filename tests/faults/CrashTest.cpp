@@ -74,8 +74,9 @@ protected:
                 const std::size_t half = std::min(old.size(), content->size() / 2);
                 found.emplace_back(*content);
                 found.emplace_back(content->substr(0, half) + old.substr(half));
-                found.emplace_back(old);
-                found.back()->resize(content->size()); // the new size came before the bytes
+                std::string sized = old;
+                sized.resize(content->size());
+                found.emplace_back(sized); // the new size came before the bytes
             }
             before = content;
         }

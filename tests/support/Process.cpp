@@ -12,6 +12,7 @@ namespace {
 
 [[noreturn]] void Exec(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
