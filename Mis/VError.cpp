@@ -78,6 +78,7 @@ int VError::GetErrVal() {
 }
 
 void VError::CopyFrom(VError* source) {
+    assert(source != nullptr);
     if (source == this) {
         return;
     }
@@ -201,6 +202,7 @@ int VI18NError::GetErrVal() {
 }
 
 void VI18NError::CopyFrom(VError* source) {
+    assert(source != nullptr);
     if (source == this) {
         return;
     }
