@@ -24,8 +24,6 @@ endif()
 
 function(product_flags target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-  # On some machines file sizes and times have 32 bits by default; large files and dates after 2037 need 64.
-  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   target_compile_options(${target} PRIVATE ${warning_flags} -ffunction-sections -fdata-sections)
   if(PLUGSETTER_HARDEN OR PLUGSETTER_STATIC STREQUAL ALL)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
