@@ -33,8 +33,8 @@ public:
     /// none, and for a name directly below the root.
     VString GetParentPath(bool hasTrailingSeparator) const;
 
-    /// The parts 8 and 14 are the file name without its directory; any other is empty. `length`, unless null, receives
-    /// the length. The flags are ignored.
+    /// Part numbers 8 and 14 are the file name without its directory; any other is empty. `length`, unless null,
+    /// receives the length. The flags are ignored.
     VString GetPart(int part, int* length, bool, bool, bool);
 
     const VString& GetName() const noexcept { return m_name; }
