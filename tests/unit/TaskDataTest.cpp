@@ -243,8 +243,9 @@ TEST(TaskFile, BadFilesAreRefusedAtTheirLine) {
         batutil_LogOpen((dir / "").c_str(), "log", 1, false);
         EXPECT_EQ(VTaskData(path, true).LoadFromFile("", true, "why", true), 0);
         batutil_LogClose();
-        EXPECT_EQ(Records(ReadFile(dir / "log")).back(),
-                  "PARS 4456 E [syntax error " + path + ", line " + std::to_string(number) + ": " + line + "] [why]");
+        std::ostringstream refused;
+        refused << "PARS 4456 E [syntax error " << path << ", line " << number << ": " << line << "] [why]";
+        EXPECT_EQ(Records(ReadFile(dir / "log")).back(), refused.str());
     }
 }
 
