@@ -72,21 +72,22 @@ int VTaskData::SetRaw(int key, const std::string& value, bool overwrite) {
     return Put(key, value, overwrite);
 }
 
-int VTaskData::Put(int key, std::string_view value, bool overwrite) {
+/// `buffer` as in VTDEntry::SetValue.
+int VTaskData::Put(int key, std::string_view value, bool overwrite, std::string* buffer) {
     if (!Fits(key, value)) {
         return 0;
     }
     VTDEntry* entry = m_entries.Find(key);
     if (entry == nullptr) {
         VTDEntry created(key, std::string(), m_version, m_type);
-        created.SetValue(txccl::string::Crop(value));
+        created.SetValue(txccl::string::Crop(value), buffer);
         m_entries.Append(std::move(created));
         return 1;
     }
     if (!overwrite) {
         return 0;
     }
-    entry->SetValue(value);
+    entry->SetValue(value, buffer);
     return 1;
 }
 

@@ -123,7 +123,7 @@ private:
     bool StoreHeader(int key, std::string_view value);
     bool StorePlugins(const std::string& list);
     bool Store(int key, std::string_view value, bool applySideEffects);
-    int Put(int key, std::string_view value, bool overwrite);
+    int Put(int key, std::string_view value, bool overwrite, std::string* buffer = nullptr);
     bool Fits(int key, std::string_view value) const;
     void ReportSyntaxError(const std::string& name, bool showError, const char* context);
     std::size_t LongestText() const;

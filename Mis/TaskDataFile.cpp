@@ -52,7 +52,7 @@ bool VTaskData::Deserialize(std::string& text, bool applySideEffects) {
 }
 
 bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
-    m_reader.Reset();
+    m_reader.Reset(text.size());
     m_errorLine = 0;
     m_errorText.clear();
     m_version = firstFormatVersion;
@@ -110,7 +110,7 @@ bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
     // Put looks the row up again, by the number, because that row judges the value. It can be another one: in families
     // of three digits the indices from 100 up run into the numbers of the next family, so that VSSWriterBackup100.Name
     // has the number of VSSWriterBackup000.InstName.
-    return Put(key, value, true) > 0;
+    return Put(key, value, true, m_reader.ValueBuffer()) > 0;
 }
 
 bool VTaskData::StoreHeader(int key, std::string_view value) {

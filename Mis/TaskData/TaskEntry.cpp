@@ -3,6 +3,8 @@
 #include "Mis/TaskData/KeyTable.h"
 #include "classlib/String.h"
 
+#include <utility>
+
 VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)
     : m_typeMask(static_cast<unsigned>(type)), m_version(version), m_key(key), m_value(txccl::string::Crop(value)) {
     constexpr int firstIndexedKey = 10000;
@@ -21,6 +23,18 @@ VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)
 VTDEntry::~VTDEntry() = default;
 
 VTDEntry& VTDEntry::operator=(const VTDEntry& other) = default;
+
+void VTDEntry::SetValue(std::string_view value, std::string* buffer) {
+    constexpr std::size_t longValue = 1U << 20;
+    if (buffer == nullptr || value.size() < longValue || value.size() < buffer->capacity() / 2) {
+        m_value = value;
+        return;
+    }
+    const auto begin = static_cast<std::size_t>(value.data() - buffer->data());
+    buffer->resize(begin + value.size());
+    buffer->erase(0, begin);
+    m_value = std::move(*buffer);
+}
 
 int VTDEntry::Compare(const VObject* other) const {
     const auto* entry = dynamic_cast<const VTDEntry*>(other);

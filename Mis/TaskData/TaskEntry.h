@@ -30,7 +30,9 @@ public:
     int GetKey() const noexcept { return m_key; }
     const std::string& GetName() const noexcept { return m_name; }
     const std::string& GetValue() const noexcept { return m_value; }
-    void SetValue(std::string_view value) { m_value = value; }
+    /// Sets the value as it is. `buffer`, unless null, is the text in which it lies; a long value takes it over, so
+    /// that it is never in memory twice.
+    void SetValue(std::string_view value, std::string* buffer = nullptr);
 
 private:
     unsigned m_typeMask;

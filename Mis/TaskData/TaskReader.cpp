@@ -3,6 +3,7 @@
 #include "classlib/String.h"
 
 #include <cstring>
+#include <functional>
 
 using txccl::string::Crop;
 using txccl::string::CropEnd;
@@ -21,13 +22,15 @@ std::string_view CutComment(std::string_view line) {
 
 } // namespace
 
-void TaskReader::Reset() {
+void TaskReader::Reset(std::size_t textLength) {
+    m_textLength = textLength;
     m_name.clear();
     m_prefixLength = 0;
     m_pendingLine.clear();
 }
 
 void TaskReader::EndText() {
+    m_textLength = 0;
     m_pendingLine = {};
     m_logicalLine = {};
     m_value = {};
@@ -46,6 +49,8 @@ TaskReader::Line TaskReader::Next(std::string_view physical) {
             return Complete(line);
         }
     }
+    // A line that grows without this would be in memory twice each time that it is moved.
+    m_pendingLine.reserve(m_textLength);
     m_pendingLine += line;
     if (m_pendingLine.ends_with(continuationMark)) {
         return Line::done;
@@ -53,6 +58,12 @@ TaskReader::Line TaskReader::Next(std::string_view physical) {
     m_logicalLine.swap(m_pendingLine);
     m_pendingLine.clear();
     return Complete(m_logicalLine);
+}
+
+std::string* TaskReader::ValueBuffer() noexcept {
+    const bool isWithin = std::less_equal<>()(m_logicalLine.data(), m_value.data()) &&
+                          std::less<>()(m_value.data(), m_logicalLine.data() + m_logicalLine.size());
+    return isWithin ? &m_logicalLine : nullptr;
 }
 
 TaskReader::Line TaskReader::Complete(std::string_view logical) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -19,8 +20,8 @@ public:
         bad,  ///< not in the syntax
     };
 
-    /// Goes back to the start of a text.
-    void Reset();
+    /// Goes back to the start of a text of this length.
+    void Reset(std::size_t textLength);
 
     /// Takes the next physical line, without its line end.
     Line Next(std::string_view physical);
@@ -33,12 +34,16 @@ public:
     /// The value without surrounding white space and without joints. Valid until the next call, and only as long as the
     /// physical line is.
     std::string_view Value() const noexcept { return m_value; }
+    /// The reader's own text in which the value lies, null when it lies in the physical line. The caller may take it
+    /// instead of copying the value.
+    std::string* ValueBuffer() noexcept;
 
 private:
     Line Complete(std::string_view logical);
     void CloseSection();
     std::string_view RemoveJoints(std::string_view value, std::string_view logical);
 
+    std::size_t m_textLength = 0;   ///< no logical line is longer
     std::string m_pendingLine;      ///< a logical line that goes on
     std::string m_logicalLine;      ///< one put together from several lines, or a value whose joints are removed
     std::string m_name;             ///< each open section's name and a ".", then that of the key

@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int keyPlugins = 14;
+constexpr int keyTimeZone = 102;
 constexpr int keyDiagnostics = 103;
 constexpr int keyPassword = 104;
 constexpr int keyOperatorMode = 106;
@@ -55,6 +56,8 @@ TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
         EXPECT_TRUE(a == VTDEntry(a) && !(a == b)) << name;
         EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
     }
+    const VTaskData other("", true);
+    EXPECT_NE(VTDEntry(keyDescription, "", 671, 1).Compare(&other), 0) << "an object of another class";
 }
 
 TEST(TaskData, AddsAndReplacesValues) {
@@ -280,6 +283,23 @@ TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
     EXPECT_FALSE(data.ParseLine("\",Files", false));
     EXPECT_TRUE(data.ParseLine("Format = Full", false));
     EXPECT_EQ(Value(data, keyLogFormat), "Full");
+}
+
+// A value of more than 1 MiB is not copied when it takes most of the text.
+TEST(TaskFile, ALongValueIsPutTogetherWhole) {
+    const std::string half(600000, 'h');
+    for (const char* joint : {"\"-\r\n \"", "\"-\""}) {
+        VTaskData data("", true);
+        const std::string value = half + joint + half + joint + "end";
+        std::string text = "Description = first\nDescription = " + value + " // comment\nTime_Zone = " + value;
+        EXPECT_TRUE(data.Deserialize(text, false));
+        EXPECT_EQ(Value(data, keyDescription), half + half + "end");
+        EXPECT_EQ(Value(data, keyTimeZone), half + half + "end");
+        text = "Description = " + value + "\nTime_Zone = z";
+        EXPECT_TRUE(data.Deserialize(text, false));
+        EXPECT_EQ(Value(data, keyDescription), half + half + "end");
+        EXPECT_EQ(Value(data, keyTimeZone), "z");
+    }
 }
 
 TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
