@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <optional>
 
 #include <unistd.h>
 
@@ -25,23 +24,10 @@ std::string WithoutSeparator(std::string path) {
     return path;
 }
 
-constexpr int mostLinks = 40; ///< as many as the system follows
-
-/// The name to which the link `path` leads, which need not exist. None when it is no link.
-std::optional<std::string> LinkTarget(const std::string& path) {
-    char target[PATH_MAX];
-    const ssize_t length = readlink(path.c_str(), target, sizeof target);
-    if (length < 0) {
-        return std::nullopt;
-    }
-    const std::string text(target, static_cast<std::size_t>(length));
-    return text.starts_with('/') ? text : sys_directoryOf(path) + text;
-}
-
 /// The name to which `path` leads when the links at its end are followed.
 std::string Followed(std::string path) {
-    for (int links = 0; links < mostLinks; ++links) {
-        const std::optional<std::string> target = LinkTarget(path);
+    for (int links = 0; links < sys_mostLinks; ++links) {
+        const std::optional<std::string> target = sys_linkTarget(path);
         if (!target) {
             break;
         }
@@ -99,12 +85,12 @@ bool sys_isSameEntry(const std::string& a, const std::string& b) {
 
 bool sys_leadsThrough(std::string path, const std::string& entry) {
     int links = 0;
-    for (std::size_t end = path.find('/', 1); links < mostLinks; end = path.find('/', end + 1)) {
+    for (std::size_t end = path.find('/', 1); links < sys_mostLinks; end = path.find('/', end + 1)) {
         const std::string step = path.substr(0, end);
         if (sys_isSameEntry(step, entry)) {
             return true;
         }
-        if (const std::optional<std::string> target = LinkTarget(step)) {
+        if (const std::optional<std::string> target = sys_linkTarget(step)) {
             path = *target + (end == std::string::npos ? "" : path.substr(end));
             end = 0;
             ++links;
@@ -113,6 +99,16 @@ bool sys_leadsThrough(std::string path, const std::string& entry) {
         }
     }
     return false;
+}
+
+std::optional<std::string> sys_linkTarget(const std::string& path, int link) {
+    char text[PATH_MAX];
+    const ssize_t length = readlinkat(link, link == AT_FDCWD ? path.c_str() : "", text, sizeof text);
+    if (length < 0) {
+        return std::nullopt;
+    }
+    const std::string target(text, static_cast<std::size_t>(length));
+    return target.starts_with('/') ? target : sys_directoryOf(path) + target;
 }
 
 std::string sys_directoryOf(const std::string& path) {

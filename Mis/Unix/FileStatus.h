@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdint>
+#include <optional>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 /// What the system says of a file: whether it is there, its kind, and which file it is.
@@ -60,6 +61,13 @@ bool sys_isSameEntry(const std::string& a, const std::string& b);
 /// True when `entry` is one of the entries by which the system gets to `path`, links followed: without it, `path` would
 /// lead elsewhere or nowhere.
 bool sys_leadsThrough(std::string path, const std::string& entry);
+
+/// As many links as the system follows for one name.
+constexpr int sys_mostLinks = 40;
+
+/// The name to which the link `path` leads, which need not exist. It is read through `link`, if that is the link itself
+/// opened with O_PATH. Returns: none when there is no link to read.
+std::optional<std::string> sys_linkTarget(const std::string& path, int link = AT_FDCWD);
 
 /// The directory part of `path` with its separator; "./" when there is none.
 std::string sys_directoryOf(const std::string& path);

@@ -1,7 +1,6 @@
 #include "Mis/Unix/OutputFile.h"
 
 #include <cerrno>
-#include <climits>
 #include <utility>
 
 #include <fcntl.h>
@@ -37,17 +36,9 @@ Descriptor OpenOwnLink(const std::string& path) {
     return status.IsLink() && isOwn ? std::move(link) : Descriptor();
 }
 
-std::string TargetOf(int link, const std::string& path) {
-    char text[PATH_MAX];
-    const ssize_t length = readlinkat(link, "", text, sizeof text);
-    const std::string target(text, static_cast<std::size_t>(length > 0 ? length : 0));
-    return target.starts_with('/') ? target : sys_directoryOf(path) + target;
-}
-
 /// `isOpenFile` is set when the last link stands for a file that a process has open: such a pipe is one that is read.
 OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode, bool& isOpenFile) {
-    constexpr int mostLinks = 40;
-    for (int links = 0; links < mostLinks; ++links) {
+    for (int links = 0; links < sys_mostLinks; ++links) {
         OutputFile output = OpenEntry(path, flags, mode);
         if (output.file.IsOpen() || errno != ELOOP) {
             return output;
@@ -60,7 +51,11 @@ OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode, bool& isOp
             isOpenFile = true;
             return {Descriptor(open(path.c_str(), flags | (careful & ~O_NOFOLLOW))), false, {}};
         }
-        path = TargetOf(link.Number(), path);
+        const std::optional<std::string> target = sys_linkTarget(path, link.Number());
+        if (!target) {
+            break;
+        }
+        path = *target;
     }
     errno = ELOOP;
     return {};
