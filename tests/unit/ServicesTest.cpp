@@ -223,6 +223,9 @@ TEST_F(Services, ALockedDirectoryIsNoMissingOne) {
     for (const auto& [mode, error] : cases) {
         EXPECT_EQ(Thrown([&, how = mode] { m_stream.Open(file.c_str(), how); }), error);
     }
+    WriteFile(m_file, "");
+    fs::permissions(m_file, fs::perms::owner_read);
+    EXPECT_EQ(Thrown([&] { m_stream.Open(m_file.c_str(), M::UpdateMode); }), "BSTR-E-4145: " + m_file) << "read-only";
     EXPECT_EQ(CreateUnixPath((file + "/").c_str()), 0);
     batutil_LogOpen((m_dir / "").c_str(), "log", 1, false);
     sys_delete((file + "*").c_str());
@@ -238,6 +241,7 @@ TEST_F(Services, TellWhatIsThere) {
     EXPECT_TRUE(txccl::File::exists(m_dir / "dangling"));
     EXPECT_FALSE(Exists("dangling"));
     EXPECT_FALSE(txccl::File::exists(""));
+    EXPECT_TRUE(sys_isSameFile("/dev/null", "/dev/./null", FileStatus())) << "the name decides for want of a status";
     errno = 7;
     for (const auto& [path, mode] : {std::pair("", "r"), {nullptr, "r"}, {"/dev/null", nullptr}}) {
         EXPECT_EQ(sys_fopen(path, mode, 0), nullptr);
