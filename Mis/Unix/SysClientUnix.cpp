@@ -28,7 +28,6 @@ void LogUnreadable(const std::string& directory, const char* pattern, int error)
 /// skip some, so they are collected first.
 std::vector<std::string> MatchingEntries(const std::string& directory, const char* pattern) {
     std::vector<std::string> names;
-    errno = 0;
     const std::unique_ptr<DIR, DirectoryCloser> stream(opendir(directory.c_str()));
     if (stream == nullptr) {
         if (errno != ENOENT) {

@@ -3,6 +3,7 @@
 #include "Mis/Log.h"
 #include "Mis/VError.h"
 #include "PlugSetter/Globals.h"
+#include "PlugSetter/Guard.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
@@ -103,6 +104,10 @@ TEST_F(Backup, RollbackTellsAMissingCopyByWhetherTheFileWasOpened) {
     bakFiles.front()->liveWasOpened = true;
     EXPECT_EQ(RollBack(), notRestored);
     EXPECT_EQ(ReadFile("live/first"), "spoilt first");
+}
+
+TEST(BackupDeathTest, AGuardOutsideOfAHandlerStopsTheProcess) {
+    EXPECT_DEATH(throwAsError("label"), "PlugSetter/Guard.cpp:.*current_exception");
 }
 
 // A device in the place of the copy read as empty, so the file was emptied.

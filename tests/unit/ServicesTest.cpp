@@ -4,6 +4,7 @@
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/Room.h"
+#include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/Unix/WholeFile.h"
@@ -21,6 +22,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -146,6 +148,8 @@ TEST_F(Services, RoomIsReservedInHoles) {
     WriteFile(m_file, "");
     fs::resize_file(m_file, 1U << 20);
     const Descriptor file(open(m_file.c_str(), O_RDWR));
+    errno = EIO;
+    EXPECT_TRUE(sys_synchronise(file.Number())) << "an earlier error is none";
     EXPECT_TRUE(sys_reserve(file.Number(), FileStatus::Of(file.Number()), 1L << 20));
     EXPECT_GE(FileStatus::Of(m_file).Allocated(), 1L << 20);
 }
@@ -247,13 +251,28 @@ TEST_F(Services, TellWhatIsThere) {
         EXPECT_EQ(sys_fopen(path, mode, 0), nullptr);
     }
     EXPECT_EQ(errno, 7);
-    char node[65] = ".";
-    EXPECT_EQ(sys_getnodename(node, 0), 1);
-    EXPECT_EQ(std::strchr(node, '.'), nullptr);
+    EXPECT_EQ(prs_getprogramsdir(), fs::read_symlink("/proc/self/exe").parent_path() / "");
     errno = ENOENT;
     EXPECT_EQ(std::unique_ptr<VI18NError>(getSystemError())->what(), "BSTR-E-4096: No such file or directory");
     errno = 0;
     EXPECT_EQ(getSystemError(), nullptr);
+}
+
+TEST(Node, HasAShortName) {
+    if (unshare(CLONE_NEWUTS) != 0) {
+        GTEST_SKIP() << "the name cannot be changed here";
+    }
+    char before[65] = "";
+    EXPECT_EQ(gethostname(before, sizeof before), 0);
+    const std::string longest(64, 'n');
+    for (const auto& [full, name] :
+         {std::pair<std::string, std::string>("a.b.c", "a"), {".", ""}, {longest, longest}}) {
+        EXPECT_EQ(sethostname(full.data(), full.size()), 0);
+        char node[65] = "?";
+        EXPECT_EQ(sys_getnodename(node, 0), 1);
+        EXPECT_EQ(node, name);
+    }
+    EXPECT_EQ(sethostname(before, std::strlen(before)), 0);
 }
 
 TEST(Classlib, TextsAndPaths) {
