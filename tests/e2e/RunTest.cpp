@@ -180,6 +180,15 @@ TEST_F(Run, WorksWithoutALog) {
     EXPECT_EQ(ReadFile(config), original);
 }
 
+// With standard output closed, what is printed could get into the configuration.
+TEST_F(Run, OpensTheStandardStreamsThatAreClosed) {
+    fs::remove(config);
+    EXPECT_EQ(mkfifo(config.c_str(), 0600), 0);
+    const std::string run = "'" TOOL "' -r SS '" + agent + "' '" + backup + "' log <&- >&- 2>&- & exec 9>'" + config;
+    const std::string look = "'; for i in 0 1 2; do readlink /proc/$!/fd/$i; done; kill $!";
+    EXPECT_EQ(RunProgram({"/bin/sh", "-c", run + look}).output, "/dev/null\n/dev/null\n/dev/null\n");
+}
+
 TEST_F(Run, ShowsTheLogOnlyToThoseWhoMayReadTheConfiguration) {
     const std::string log = agent + "/install.xlog";
     const struct {

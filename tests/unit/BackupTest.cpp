@@ -6,6 +6,7 @@
 #include "PlugSetter/Guard.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/Thrown.h"
 
 #include <gmock/gmock.h>
 
@@ -106,8 +107,16 @@ TEST_F(Backup, RollbackTellsAMissingCopyByWhetherTheFileWasOpened) {
     EXPECT_EQ(ReadFile("live/first"), "spoilt first");
 }
 
-TEST(BackupDeathTest, AGuardOutsideOfAHandlerStopsTheProcess) {
+TEST(BackupDeathTest, AGuardTurnsWhatIsNoErrorIntoOne) {
     EXPECT_DEATH(throwAsError("label"), "PlugSetter/Guard.cpp:.*current_exception");
+    const auto guarded = [] {
+        try {
+            throw 5;
+        } catch (...) {
+            throwAsError("label");
+        }
+    };
+    EXPECT_EQ(Thrown(guarded), "UTIL-E-7947: label");
 }
 
 // A device in the place of the copy read as empty, so the file was emptied.

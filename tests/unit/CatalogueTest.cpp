@@ -70,6 +70,11 @@ TEST(KeyTable, HoldsTheRows) {
     EXPECT_EQ(VTaskData::GetKeyInfo(rows[7].id, info), 1);
     EXPECT_EQ(info.keyName, rows[7].keyName);
     EXPECT_EQ(VTaskData::GetKeyInfo(INT_MAX, info), 0);
+    std::string name = "kept";
+    EXPECT_EQ(VTaskData::GetKeyName(INT_MAX, name, 671, 1), 0);
+    EXPECT_EQ(name, "kept");
+    EXPECT_EQ(VTaskData::GetKeyName(13113, name, 671, 1), 1);
+    EXPECT_EQ(name, "Plugin3.Code");
 }
 
 /// The first row that fits, null for none.

@@ -1,3 +1,4 @@
+#include "Mis/VString.h"
 #include "PlugSetter/Run.h"
 #include "tests/support/TempDir.h"
 
@@ -26,6 +27,23 @@ void operator delete(void* block, std::size_t) noexcept {
 }
 
 namespace {
+
+TEST(Leaks, ATextGivesBackEachBlockThatItLeaves) {
+    const long before = liveBlocks;
+    {
+        VString text("a"), shared(text);
+        text += "longer";
+        text = "longer than before";
+        text.GetBuffer(100)[0] = 'x';
+        text.FreeExtra();
+        shared += text + text.Mid(1);
+        shared.TrimLeft();
+        shared = text;
+        shared.SetAt(0, 'y');
+        text.Empty();
+    }
+    EXPECT_EQ(liveBlocks, before);
+}
 
 TEST(Leaks, ARunGivesBackAllThatItTook) {
     const TempDir dir;

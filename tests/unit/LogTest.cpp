@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 namespace {
 
@@ -107,6 +108,10 @@ TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
     EXPECT_TRUE(error.IsError()) << "detail";
 }
 
+TEST(ErrorDeathTest, TakingOverOutsideOfAHandlerStopsTheProcess) {
+    EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
+}
+
 /// A run log in a scratch directory.
 class LogTest : public testing::Test {
 protected:
@@ -204,6 +209,13 @@ TEST_F(LogTest, ALogGoesOnAboveTheLimitUnlessItWasOpenedPlain) {
     gui_show(0, line.data());
     EXPECT_EQ(currLogFileNo, 1);
     EXPECT_THAT(Lines("log-2.XLOG"), ElementsAre(version));
+    batutil_LogClose();
+    logfp = std::fopen((m_dir / "by hand").c_str(), "w");
+    lastLogPath = "";
+    lastLogName = m_dir / "other";
+    line.resize(40000, 'x');
+    gui_show(0, line.data());
+    EXPECT_THAT(Lines("other-1.XLOG"), ElementsAre(version));
 }
 
 TEST_F(LogTest, ChoosesAmongTheNumberedFiles) {
@@ -265,6 +277,14 @@ TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
     }
     EXPECT_EQ(flushed, "49 50 70 200 400 ");
     std::fclose(block.fp);
+    Open();
+    for (std::size_t records = 2; records < 99; ++records) {
+        Message::LogMsg(1, "UTIL", SeverityError);
+        EXPECT_EQ(Lines().size(), records) << "a run log is written record by record";
+    }
+    const unsigned before = getTicks();
+    usleep(2000);
+    EXPECT_NE(getTicks(), before);
 }
 
 TEST_F(LogTest, StatisticsCountFourSeveritiesOnRequest) {

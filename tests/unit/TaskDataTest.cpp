@@ -306,11 +306,13 @@ TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
     using Row = std::tuple<std::string, int, int>;
     for (auto [text, line, version] : {Row(". {\n}\n}\nDescription = x", 0, 101), // takes two braces
                                        {". {\n}\nDescription = x", 3, 101},
-                                       {"QXCVersion = 672", 1, 672}}) {
+                                       {"Type = 4\nQXCVersion = 672", 2, 672}}) {
         VTaskData data("", true);
+        EXPECT_EQ(data.GetErrorLine(), 0);
         EXPECT_EQ(data.Deserialize(text, false), line == 0) << text;
         EXPECT_EQ(data.GetErrorLine(), line) << text;
         EXPECT_EQ(data.GetVersion(), version) << text;
+        EXPECT_EQ(data.GetType(), version == 672 ? 4 : 1);
     }
 }
 

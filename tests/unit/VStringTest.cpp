@@ -73,6 +73,7 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     text += "de";
     EXPECT_EQ(Header(text), (Ints{1, 5, 5}));
     const char* const exact = text;
+    text.SetAt(4, 'f');
     text.FreeExtra();
     EXPECT_EQ(static_cast<const char*>(text), exact);
     const char* const reserved = text.GetBuffer(100);
@@ -118,8 +119,8 @@ TEST(VString, JoinsCutsTrimsAndFinds) {
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(std::string(text, static_cast<std::size_t>(text.GetLength())), expected);
     }
-    EXPECT_EQ((Ints{abc.Find('b'), abc.Find('b', 2), abc.Find('\0'), abc.Find("bc"), abc.Find("cb")}),
-              (Ints{1, -1, 3, 1, -1}));
+    EXPECT_EQ((Ints{abc.Find('b'), abc.Find('b', 1), abc.Find('b', 2), abc.Find('\0'), abc.Find("bc"), abc.Find("cb")}),
+              (Ints{1, 1, -1, 3, 1, -1}));
 }
 
 TEST(VString, OutOfMemoryIsThrownAndLeavesTheStringAsItWas) {
