@@ -14,7 +14,7 @@ FILE = "agent/Global.qxc"
 COMMANDS = {
     "PlugSetter": ["-r", "ORACLE", "agent", "backup", "install.xlog"],
     "floor": [FILE, "agent/copy"],
-    "floor-sync": [FILE, "agent/copy", "agent"],
+    "floor-sync": [FILE, "backup/node/copy", ".", "backup", "backup/node"],
     "sed": ["-i.bak", "s/^Code = CLUSTER/Code = ORACLE/", FILE],
     "git": ["config", "--file", FILE, "plugin2.code", "ORACLE"],
 }

@@ -1,6 +1,8 @@
-/* What no program of this kind can do without: reads FILE, writes its bytes to COPY, and writes them over FILE. With a
-   third argument it also synchronises both and the directory of COPY, which the argument names. */
+/* What no program of this kind can do without: floor FILE COPY [DIRECTORY...] reads FILE, writes its bytes to COPY, and
+   writes them over FILE. The directories, from the outermost, are made if they are missing. When there are any, they and
+   both files are synchronised. */
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -37,17 +39,29 @@ static char *read_file(const char *path, size_t *size) {
     return bytes;
 }
 
-static int synchronise_directory(const char *path) {
-    int directory = open(path, O_RDONLY | O_DIRECTORY);
-    return directory >= 0 && fsync(directory) == 0 && close(directory) == 0;
+static int make_directories(char **paths) {
+    for (; *paths != NULL; ++paths) {
+        if (mkdir(*paths, 0700) != 0 && errno != EEXIST)
+            return 0;
+    }
+    return 1;
+}
+
+static int synchronise_directories(char **paths) {
+    for (; *paths != NULL; ++paths) {
+        int directory = open(*paths, O_RDONLY | O_DIRECTORY);
+        if (directory < 0 || fsync(directory) != 0 || close(directory) != 0)
+            return 0;
+    }
+    return 1;
 }
 
 int main(int argc, char **argv) {
     size_t size = 0;
-    int synchronise = argc == 4;
+    int synchronise = argc > 3;
     char *bytes = argc >= 3 ? read_file(argv[1], &size) : NULL;
-    return bytes != NULL && write_file(argv[2], bytes, size, synchronise) &&
-                   (!synchronise || synchronise_directory(argv[3])) && write_file(argv[1], bytes, size, synchronise)
+    return bytes != NULL && make_directories(argv + 3) && write_file(argv[2], bytes, size, synchronise) &&
+                   synchronise_directories(argv + 3) && write_file(argv[1], bytes, size, synchronise)
                ? 0
                : 1;
 }
