@@ -47,7 +47,7 @@ bool MatchWord(std::string_view word, const char* pattern, int* index) noexcept 
 
 } // namespace
 
-int KeyTable::Normalise(int key) noexcept {
+int KeyTable::RowId(int key) noexcept {
     if (key > 9999) {
         key -= key % 10;
     }
@@ -65,7 +65,7 @@ bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noe
 }
 
 const _TOInfo* KeyTable::FirstOf(int key) {
-    const int id = Normalise(key);
+    const int id = RowId(key);
     for (Row row = taskOptionIndex.FirstOfId(id); row != KeyIndex::noRow; row = taskOptionIndex.NextOfId(row)) {
         if (taskOptions[row].id == id) {
             return &taskOptions[row];
@@ -75,7 +75,7 @@ const _TOInfo* KeyTable::FirstOf(int key) {
 }
 
 const _TOInfo* KeyTable::FirstLegal(int key, int version, int type) {
-    const int id = Normalise(key);
+    const int id = RowId(key);
     for (Row row = taskOptionIndex.FirstOfId(id); row != KeyIndex::noRow; row = taskOptionIndex.NextOfId(row)) {
         if (taskOptions[row].id == id && taskOptions[row].IsLegal(version, type)) {
             return &taskOptions[row];

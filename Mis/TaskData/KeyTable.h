@@ -11,7 +11,7 @@ class KeyTable {
 public:
     /// The id of the row that may hold `key`. A row holds 10 keys above 9999, 100 above 19999 and 1000 above 29999, and
     /// its id is the first of them.
-    static int Normalise(int key) noexcept;
+    static int RowId(int key) noexcept;
 
     /// True when the first word of `text` is `pattern`, in any letter case and with a digit for each "%". The digits
     /// are then the decimal number `*index`, INT_MAX when it does not fit.

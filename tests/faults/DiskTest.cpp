@@ -36,7 +36,7 @@ protected:
         const bool needsReason = outcome.status == 1 && !run.edited.empty() && Claims(7962);
         EXPECT_TRUE(!needsReason || Claims(4152)) << ReadFile(m_log);
         const bool wrote = Did([](const Step& step) { return std::strcmp(step.call, "write") == 0 && IsLive(step); });
-        EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << Story();
+        EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << CallsAndLog();
         return Check(run, outcome, untouched) == "new";
     }
 

@@ -87,13 +87,13 @@ protected:
         const bool many = !single || *m_case.failing != '\0';
         const bool maySpoil = m_fault.promise == oneFault && many && !m_case.edited.empty();
         const std::string live = Check(m_case, outcome, LiveWasHidden(), maySpoil);
-        EXPECT_TRUE(live == "new" || m_fault.promise != noFailure) << Story();
+        EXPECT_TRUE(live == "new" || m_fault.promise != noFailure) << CallsAndLog();
         const auto isLost = [](const Step& step) { return step.hit && std::strcmp(step.call, "fsync") == 0; };
         const bool isLiveLost = Did([&](const Step& step) { return isLost(step) && IsLive(step); });
-        EXPECT_TRUE(outcome.status != 0 || !Did(isLost) || m_fault.promise != oneFault) << Story();
-        EXPECT_FALSE(Claims(7945) && isLiveLost && many && m_fault.promise == oneFault) << Story();
-        EXPECT_TRUE(live != "old" || !single || BlocksOf(m_live) <= blocks) << Story();
-        EXPECT_EQ(LeftBehind(), std::set<std::string>()) << Story();
+        EXPECT_TRUE(outcome.status != 0 || !Did(isLost) || m_fault.promise != oneFault) << CallsAndLog();
+        EXPECT_FALSE(Claims(7945) && isLiveLost && many && m_fault.promise == oneFault) << CallsAndLog();
+        EXPECT_TRUE(live != "old" || !single || BlocksOf(m_live) <= blocks) << CallsAndLog();
+        EXPECT_EQ(LeftBehind(), std::set<std::string>()) << CallsAndLog();
         return true;
     }
 
@@ -125,7 +125,7 @@ TEST_P(FaultTest, LosesNothing) {
             ++first;
         }
         EXPECT_TRUE(only != 0 || first > m_fault.least) << first;
-        std::cout << (only != 0 ? Story() : "");
+        std::cout << (only != 0 ? CallsAndLog() : "");
         if (m_fault.effect == signal) {
             break;
         }
@@ -169,7 +169,7 @@ TEST_P(NeighbourTest, LeavesAWholeFile) {
         const bool success = Run(registration, plan).status == 0;
         const std::string live = ReadFile(m_live);
         const bool midSave = std::strcmp(m_plan->steps[plan.first - 1].call, "ftruncate64") == 0;
-        EXPECT_TRUE(midSave || (success ? whole.count(live) == 1 : live == changed)) << live << Story();
+        EXPECT_TRUE(midSave || (success ? whole.count(live) == 1 : live == changed)) << live << CallsAndLog();
     } while (m_plan->injected > 0);
     EXPECT_GT(plan.first, 50);
 }

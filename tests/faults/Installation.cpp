@@ -170,22 +170,23 @@ bool Installation::Claims(int number) const {
     return ReadFile(m_log).find("ID=\"" + std::to_string(number) + "\"") != std::string::npos;
 }
 
-std::string Installation::Lies(const Case& run, const Outcome& outcome, bool untouched) const {
+std::string Installation::BrokenPromises(const Case& run, const Outcome& outcome, bool untouched) const {
     const std::string live = Live(run);
     const bool hasCopy = live == "old" || Copy(run) == "old";
-    std::string lies = IsWellFormed(ReadFile(m_log)) ? "" : "; the log is torn";
-    lies += Claims(7945) && live != "old" ? "; the log says that the file was put back" : "";
-    lies += hasCopy ? "" : "; the copy is lost";
+    std::string broken = IsWellFormed(ReadFile(m_log)) ? "" : "; the log is torn";
+    broken += Claims(7945) && live != "old" ? "; the log says that the file was put back" : "";
+    broken += hasCopy ? "" : "; the copy is lost";
     if (outcome.signal != 0) {
-        lies += live == "old" || outcome.signal == SIGKILL ? "" : "; the signal did not wait";
+        broken += live == "old" || outcome.signal == SIGKILL ? "" : "; the signal did not wait";
     } else if (outcome.status == 0) {
-        lies += (live == "new" || (live == "old" && untouched)) ? "" : "; the run succeeded";
+        broken += (live == "new" || (live == "old" && untouched)) ? "" : "; the run succeeded";
     } else {
-        lies += outcome.status == 1 ? "" : "; no such exit status";
+        broken += outcome.status == 1 ? "" : "; no such exit status";
         // The last record is the command line: without it the log is not whole.
-        lies += live == "old" || Claims(7943) || !Claims(7962) ? "" : "; the log does not say that the file is spoilt";
+        broken +=
+            live == "old" || Claims(7943) || !Claims(7962) ? "" : "; the log does not say that the file is spoilt";
     }
-    return lies;
+    return broken;
 }
 
 std::string Installation::Check(const Case& run, const Outcome& outcome, bool untouched, bool maySpoil) {
@@ -194,9 +195,9 @@ std::string Installation::Check(const Case& run, const Outcome& outcome, bool un
     const std::string kind = (killed ? "signal " : "exit ") + std::to_string(killed ? outcome.signal : outcome.status) +
                              ", " + live + (Claims(7945) ? ", put back" : "") + (Claims(7943) ? ", not put back" : "");
     ++m_tally[run.name + (": " + kind)];
-    const std::string lies =
-        Lies(run, outcome, untouched) + (live == "other" && !maySpoil ? "; the file is spoilt" : "");
-    EXPECT_EQ(lies, "") << kind << "\n" << outcome.output << Story();
+    const std::string broken =
+        BrokenPromises(run, outcome, untouched) + (live == "other" && !maySpoil ? "; the file is spoilt" : "");
+    EXPECT_EQ(broken, "") << kind << "\n" << outcome.output << CallsAndLog();
     return live;
 }
 
@@ -204,10 +205,10 @@ bool Installation::Did(const std::function<bool(const Step&)>& what) const {
     return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, what);
 }
 
-std::string Installation::Story() const {
-    std::string story;
+std::string Installation::CallsAndLog() const {
+    std::string text;
     for (const Step& step : std::vector(m_plan->steps, m_plan->steps + m_plan->stepCount)) {
-        story += std::to_string(step.number) + (step.hit ? " HIT " : " ") + step.call + " " + step.path + "\n";
+        text += std::to_string(step.number) + (step.hit ? " HIT " : " ") + step.call + " " + step.path + "\n";
     }
-    return story + ReadFile(m_log);
+    return text + ReadFile(m_log);
 }

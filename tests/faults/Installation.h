@@ -82,14 +82,15 @@ protected:
     bool Claims(int number) const;
     /// What is not true when the exit status and the log are compared with the bytes. `untouched`: there is a reason
     /// for a run that succeeds to leave the file as it was.
-    std::string Lies(const Case& run, const Outcome& outcome, bool untouched) const;
-    /// Expects no lies, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file holds.
+    std::string BrokenPromises(const Case& run, const Outcome& outcome, bool untouched) const;
+    /// Expects no broken promise, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file
+    /// holds.
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
     /// True when a call of the last run under a plan was such a one.
     bool Did(const std::function<bool(const Step&)>& what) const;
     static bool IsLive(const Step& step) { return std::string_view(step.path).ends_with("agent/Global.qxc"); }
     /// The calls of that run, and the log.
-    std::string Story() const;
+    std::string CallsAndLog() const;
 
     const TempDir m_dir;
     const bool m_mounted; ///< a file system in memory below the installation; not permitted everywhere

@@ -67,7 +67,7 @@ void Fill() {
 }
 
 /// Returns: true when the call that is hit is to fail.
-bool Suffer() {
+bool ApplyEffect() {
     ++plan->injected;
     switch (plan->effect) {
     case Effect::fail:
@@ -107,7 +107,7 @@ template <class Subject> bool Hit(Call call, Path name, Subject subject) {
         step.hit = step.number >= plan->first && step.number <= plan->last;
     }
     const bool failsBesides = FailsBesides(step);
-    const bool fails = step.hit && Suffer();
+    const bool fails = step.hit && ApplyEffect();
     errno = fails ? plan->error : failsBesides ? EIO : error;
     return fails || failsBesides;
 }
