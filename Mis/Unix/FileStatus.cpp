@@ -85,7 +85,7 @@ bool sys_isSameEntry(const std::string& a, const std::string& b) {
 
 bool sys_leadsThrough(std::string path, const std::string& entry) {
     int links = 0;
-    for (std::size_t end = path.find('/', 1); links < sys_mostLinks; end = path.find('/', end + 1)) {
+    for (std::size_t end = path.find('/', 1); links <= sys_mostLinks; end = path.find('/', end + 1)) {
         const std::string step = path.substr(0, end);
         if (sys_isSameEntry(step, entry)) {
             return true;

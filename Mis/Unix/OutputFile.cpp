@@ -36,9 +36,9 @@ Descriptor OpenOwnLink(const std::string& path) {
     return status.IsLink() && isOwn ? std::move(link) : Descriptor();
 }
 
-/// `isOpenFile` is set when the last link stands for a file that a process has open: such a pipe is one that is read.
+/// `isOpenFile` is set when the last link stands for a file that a process has open. A pipe there is allowed.
 OutputFile OpenThroughLinks(std::string path, int flags, mode_t mode, bool& isOpenFile) {
-    for (int links = 0; links < sys_mostLinks; ++links) {
+    for (int links = 0; links <= sys_mostLinks; ++links) {
         OutputFile output = OpenEntry(path, flags, mode);
         if (output.file.IsOpen() || errno != ELOOP) {
             return output;

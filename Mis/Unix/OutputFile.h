@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-/// A file opened for a copy or a log.
+/// A file opened for writing.
 struct OutputFile {
     Descriptor file; ///< not open on failure; errno tells why
     bool created = false;

@@ -229,6 +229,16 @@ TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
         Tool({"-u", "SS", dir / "agent/.", dir / name, "install.xlog"}, name == std::string("agent") ? 0 : 1);
         EXPECT_EQ(ReadFile(config), registered) << name;
     }
+    // The system follows 40 links, that under the name of the configuration included.
+    fs::remove(config);
+    std::string target = "real";
+    for (int link = 1; link < 40; ++link) {
+        fs::create_symlink(target, dir / std::to_string(link));
+        target = std::to_string(link);
+    }
+    fs::create_symlink("../" + target, config);
+    Tool({"-u", "SS", agent, dir / "real", "install.xlog"}, 1);
+    EXPECT_EQ(ReadFile(config), registered);
 }
 
 } // namespace
