@@ -3,6 +3,8 @@
 #include "Mis/TaskData/KeyTable.h"
 #include "classlib/String.h"
 
+#include <cassert>
+#include <functional>
 #include <utility>
 
 VTDEntry::VTDEntry(int key, const std::string& value, int version, int type)
@@ -30,6 +32,8 @@ void VTDEntry::SetValue(std::string_view value, std::string* buffer) {
         m_value = value;
         return;
     }
+    assert(std::less_equal<>()(buffer->data(), value.data()) &&
+           std::less_equal<>()(value.data() + value.size(), buffer->data() + buffer->size()));
     const auto begin = static_cast<std::size_t>(value.data() - buffer->data());
     buffer->resize(begin + value.size());
     buffer->erase(0, begin);

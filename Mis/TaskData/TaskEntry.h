@@ -30,8 +30,8 @@ public:
     int GetKey() const noexcept { return m_key; }
     const std::string& GetName() const noexcept { return m_name; }
     const std::string& GetValue() const noexcept { return m_value; }
-    /// Sets the value as it is. `buffer`, unless null, is the text in which it lies; a long value takes it over, so
-    /// that it is never in memory twice.
+    /// Sets the value as it is. A long value that fills at least half of `buffer`, the text in which it lies, takes
+    /// that over instead of being copied. REQUIRES: `buffer` is null or holds the value.
     void SetValue(std::string_view value, std::string* buffer = nullptr);
 
 private:

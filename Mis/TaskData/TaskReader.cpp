@@ -13,6 +13,7 @@ namespace {
 constexpr std::string_view commentMark = "//";
 constexpr std::string_view continuationMark = "\"-";
 constexpr std::string_view joint = "\"-\"";
+constexpr std::size_t longLine = 1U << 20;
 
 std::string_view CutComment(std::string_view line) {
     line = Crop(line);
@@ -31,8 +32,9 @@ void TaskReader::Reset(std::size_t textLength) {
 
 void TaskReader::EndText() {
     m_textLength = 0;
-    m_pendingLine = {};
-    m_logicalLine = {};
+    // Assigning an empty string would keep the memory.
+    std::string().swap(m_pendingLine);
+    std::string().swap(m_logicalLine);
     m_value = {};
 }
 
@@ -49,8 +51,10 @@ TaskReader::Line TaskReader::Next(std::string_view physical) {
             return Complete(line);
         }
     }
-    // A line that grows without this would be in memory twice each time that it is moved.
-    m_pendingLine.reserve(m_textLength);
+    if (m_pendingLine.size() + line.size() > longLine) {
+        // A line that grew further on its own would be in memory twice each time that it is moved.
+        m_pendingLine.reserve(m_textLength);
+    }
     m_pendingLine += line;
     if (m_pendingLine.ends_with(continuationMark)) {
         return Line::done;

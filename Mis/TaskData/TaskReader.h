@@ -11,7 +11,8 @@
 ///     logical  = { physical `"-` } physical      all but the first begin with `"`
 ///     line     = section "{" | "}" | key "=" value
 ///
-/// A logical line that goes on is dropped when the next line does not begin with a quote, or the text ends.
+/// A logical line that goes on is dropped when the next line that is not empty does not begin with a quote, or the text
+/// ends.
 class TaskReader {
 public:
     enum class Line {

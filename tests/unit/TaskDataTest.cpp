@@ -285,20 +285,20 @@ TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
     EXPECT_EQ(Value(data, keyLogFormat), "Full");
 }
 
-// A value of more than 1 MiB is not copied when it takes most of the text.
+// A long value is copied unless it takes most of the text.
 TEST(TaskFile, ALongValueIsPutTogetherWhole) {
     const std::string half(600000, 'h');
+    const std::string whole = half + half;
     for (const char* joint : {"\"-\r\n \"", "\"-\""}) {
-        VTaskData data("", true);
-        const std::string value = half + joint + half + joint + "end";
-        std::string text = "Description = first\nDescription = " + value + " // comment\nTime_Zone = " + value;
-        EXPECT_TRUE(data.Deserialize(text, false));
-        EXPECT_EQ(Value(data, keyDescription), half + half + "end");
-        EXPECT_EQ(Value(data, keyTimeZone), half + half + "end");
-        text = "Description = " + value + "\nTime_Zone = z";
-        EXPECT_TRUE(data.Deserialize(text, false));
-        EXPECT_EQ(Value(data, keyDescription), half + half + "end");
-        EXPECT_EQ(Value(data, keyTimeZone), "z");
+        const std::string value = std::string(half).append(joint).append(half);
+        for (const auto& [second, zone] : {std::pair(std::string("z"), std::string("z")), {value, whole}}) {
+            VTaskData data("", true);
+            std::string text = "Description = first\nDescription = ";
+            text.append(value).append(" // comment\nTime_Zone = ").append(second);
+            EXPECT_TRUE(data.Deserialize(text, false));
+            EXPECT_EQ(Value(data, keyDescription), whole);
+            EXPECT_EQ(Value(data, keyTimeZone), zone);
+        }
     }
 }
 
