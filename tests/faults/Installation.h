@@ -88,7 +88,7 @@ protected:
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
     /// True when a call of the last run under a plan was such a one.
     bool Did(const std::function<bool(const Step&)>& what) const;
-    static bool IsLive(const Step& step) { return std::string_view(step.path).ends_with("agent/Global.qxc"); }
+    static bool IsLive(const Step& step) { return IsConfiguration(step.path); }
     /// The calls of that run, and the log.
     std::string CallsAndLog() const;
 

@@ -81,8 +81,8 @@ bool ApplyEffect() {
 
 /// True for the call that fails besides.
 bool FailsBesides(const Step& step) {
-    const bool fails = *plan->failing != '\0' && std::strcmp(step.call, plan->failing) == 0 &&
-                       std::strstr(step.path, "agent/Global.qxc") != nullptr;
+    const bool fails =
+        *plan->failing != '\0' && std::strcmp(step.call, plan->failing) == 0 && IsConfiguration(step.path);
     *plan->failing = fails ? '\0' : *plan->failing;
     return fails;
 }

@@ -19,6 +19,8 @@
 
 #pragma once
 
+#include <string_view>
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -56,13 +58,18 @@ struct Plan {
     Effect effect = Effect::fail;
     int error = 0;          ///< the errno, or the number of the signal
     char command[256] = {}; ///< of a neighbour that fills the disk: its file
-    char failing[16] = {};  ///< the first call of this name on agent/Global.qxc fails besides
+    char failing[16] = {};  ///< the first call of this name on the configuration fails besides
     long injected = 0;      ///< calls that were hit
     long slept = 0;         ///< in milliseconds
     long reached = 0;
     long stepCount = 0;
     Step steps[256] = {};
 };
+
+/// True for the name of the configuration, false for that of its copy.
+inline bool IsConfiguration(std::string_view path) {
+    return path.ends_with("agent/Global.qxc") && path.find("backups/") == std::string_view::npos;
+}
 
 inline Plan* MapPlan(const char* path) {
     const int file = open(path, O_RDWR);
