@@ -179,10 +179,11 @@ TEST_F(Backup, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
         EXPECT_EQ(AccessOf("copies/first"), test.copy) << test.name;
         EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << test.name;
     }
+    WriteFile("copies/first", "an earlier and longer copy");
     SetAccess("copies/first", 0644, 9);
     std::ifstream opened("copies/first");
     backupFile("live/", "first", "copies/", "", false);
-    EXPECT_EQ(opened.seekg(0, std::ios::end).tellg(), 12) << "a stranger's file, which he may have open, is replaced";
+    EXPECT_EQ(opened.seekg(0, std::ios::end).tellg(), 26) << "a stranger's file, which he may have open, is replaced";
     // Root opens whatever is closed; others must replace it.
     fs::permissions(m_dir / "", static_cast<fs::perms>(0711));
     for (const uid_t owner : {65534U, 7U}) {
