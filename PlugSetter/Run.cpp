@@ -33,19 +33,13 @@ bool HoldsConfiguration(const std::string& path) {
     return entry.IsDirectory() ? sys_isSameEntry(path, configuration) : sys_leadsThrough(configuration, path);
 }
 
-/// Deletes `directory`, which ends in the separator, if it is empty, or a file of that name unless it is the
-/// configuration. Returns: 1 or 0, as sys_delete answers. The callers test for less than 0, which never comes: a
-/// directory that is missing or in use is no failure.
-int DeleteDirectory(std::string directory) {
-    directory.pop_back();
-    if (HoldsConfiguration(directory)) {
-        return 0;
-    }
-    if (directory.find_first_of("*?") != std::string::npos) {
-        // sys_delete would take this for a pattern.
-        return sys_remove(directory.c_str()) ? 1 : 0;
-    }
-    return sys_delete(directory.c_str()) ? 1 : 0;
+/// Deletes what stands at `place`, which ends in the separator: a file, a link or an empty directory, but never the
+/// configuration. Returns: 1 or 0. The callers test for less than 0, which never comes: a directory that is missing or
+/// in use is no failure.
+int DeletePlace(std::string place) {
+    place.pop_back();
+    // Not sys_delete, which would take "*" or "?" in the name for a pattern.
+    return !HoldsConfiguration(place) && sys_remove(place.c_str()) ? 1 : 0;
 }
 
 /// Opens the log. If that would empty the configuration, the run goes on without one.
@@ -66,7 +60,7 @@ void OpenLog() {
 
 /// Keeps the backup directory in `savedBackupDir` and makes backupDir this node's directory below it.
 void PrepareBackupDir(std::string& savedBackupDir) {
-    if (DeleteDirectory(backupDir) < 0) {
+    if (DeletePlace(backupDir) < 0) {
         err_fail(msgBackupDirInTheWay, backupDir.c_str());
     }
     sys_getnodename(agentName, sizeof agentName - 1);
@@ -101,7 +95,7 @@ void ReportError(VI18NError& error) {
 }
 
 void CleanUp(const std::string& savedBackupDir) {
-    if (!savedBackupDir.empty() && DeleteDirectory(savedBackupDir) < 0) {
+    if (!savedBackupDir.empty() && DeletePlace(savedBackupDir) < 0) {
         msg_log(msgBackupDirLeftBehind, savedBackupDir.c_str());
     }
 }
