@@ -285,7 +285,9 @@ void Message::LogMsg(int id, const std::string& component, MessageSeverity sever
 }
 
 namespace {
+// ORDER MessageSeverity
 constexpr std::string_view severityLetters = "DIWEFS";
+static_assert(severityLetters.size() == SeveritySixth + 1);
 } // namespace
 
 char Message::ToSeverityChar(MessageSeverity severity) noexcept {

@@ -40,8 +40,8 @@ public:
     int SetComment(const std::string& comment);
     int SetComment(const char* comment);
     const std::string& GetTaskName() const noexcept { return m_fileName; }
-    /// The number, from 1, and the text of the physical line at which the last whole text failed; 0 and empty if it
-    /// failed at none.
+    /// The number, from 1 and up to INT_MAX, and the text of the physical line at which the last whole text failed; 0
+    /// and empty if it failed at none.
     int GetErrorLine() const noexcept { return m_errorLine; }
     void GetErrorLine(std::string& text) const { text = m_errorText; }
 
@@ -99,7 +99,7 @@ public:
     int LoadFile(std::string name, bool applySideEffects);
     /// Reads a whole text, or one physical line of it. Returns: false when a line is refused or the whole text is
     /// empty; what the lines before said is kept. The side effects: the first "Plugins" line of the process is handed
-    /// to the plug-in registry, and ORACLE_HOME is set.
+    /// to the plug-in registry, and the value of "Oracle0.OraHome" becomes ORACLE_HOME in the environment.
     bool Deserialize(std::string& text, bool applySideEffects);
     bool ParseLine(std::string line, bool applySideEffects);
 

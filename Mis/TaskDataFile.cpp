@@ -8,6 +8,8 @@
 #include "Plugins/Unix/IPlugins.h"
 #include "classlib/String.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <utility>
 
@@ -67,11 +69,11 @@ bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
 }
 
 bool VTaskData::ParseAll(std::string_view rest, bool applySideEffects) {
-    for (int number = 1;; ++number) {
+    for (std::size_t number = 1;; ++number) {
         const std::size_t end = rest.find('\n');
         const std::string_view line = rest.substr(0, end);
         if (!Parse(line, applySideEffects)) {
-            m_errorLine = number;
+            m_errorLine = static_cast<int>(std::min<std::size_t>(number, INT_MAX));
             m_errorText = txccl::string::CropEnd(line);
             return false;
         }
@@ -136,9 +138,7 @@ bool VTaskData::StorePlugins(const std::string& list) {
 long VTaskData::SaveToFile(std::string name) {
     const std::string& path = name.empty() ? m_fileName : name;
     std::string text;
-    if (Serialize(text) <= 0) {
-        return 0;
-    }
+    Serialize(text);
     return sys_writeFile(path, std::move(text));
 }
 
@@ -169,7 +169,7 @@ long VTaskData::Serialize(std::string& out) {
 std::size_t VTaskData::LongestText() const {
     constexpr std::size_t headerLines = 1024;
     constexpr std::size_t sectionLines = 64;
-    std::size_t length = headerLines + m_comment.size();
+    std::size_t length = headerLines + m_comment.size() + m_buildVersion.size() + m_buildVersion.size() / 12;
     for (const VTDEntry& entry : m_entries.All()) {
         length += sectionLines + 2 * entry.GetName().size() + entry.GetValue().size() + entry.GetValue().size() / 12;
     }
@@ -189,5 +189,6 @@ void VTaskData::ClosingLine(std::string& out) {
 
 unsigned char* VTaskData::binary_signature() {
     std::string text;
-    return Serialize(text) == 0 ? txccl::Signature::binary() : txccl::Signature::binary(text);
+    Serialize(text);
+    return txccl::Signature::binary(text);
 }

@@ -4,6 +4,6 @@
 #include "classlib/FilenameHelper.h"
 
 Paths runPaths() {
-    return {installationDir + csl::Files::GLOBAL, txccl::FilenameHelper::join(installationDir, logFileName), backupDir,
+    return {installationDir + csl::Files::GLOBAL, txccl::FilenameHelper::join(installationDir, logFileName),
             backupDir + csl::Files::GLOBAL};
 }

@@ -6,7 +6,6 @@
 struct Paths {
     std::string configuration;
     std::string log;
-    std::string copyDirectory; ///< ends in the separator
     std::string copy;
 };
 

@@ -81,7 +81,10 @@ unsigned char* Signature::binary(const unsigned char* data, unsigned int length)
 }
 
 unsigned char* Signature::binary(const std::string& text) {
-    return binary(reinterpret_cast<const unsigned char*>(text.data()), static_cast<unsigned int>(text.size()));
+    Signature signature;
+    sha1_hash(signature.m_context, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    signature.close();
+    return signature.to_binary();
 }
 
 unsigned char* Signature::binary() {

@@ -14,6 +14,8 @@ constexpr bool IsWhitespace(char c) noexcept {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
+static_assert(WHITESPACE.size() == 4 && std::all_of(WHITESPACE.begin(), WHITESPACE.end(), IsWhitespace));
+
 } // namespace
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept {

@@ -43,5 +43,5 @@ set(CPACK_RPM_SPEC_MORE_DEFINE
 %define use_source_date_epoch_as_buildtime 1
 %define clamp_mtime_to_source_date_epoch 1")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-  /usr/sbin /usr/share/man /usr/share/man/man5 /usr/share/man/man7 /usr/share/man/man8)
+  /usr/sbin /usr/share/man /usr/share/man/man5 /usr/share/man/man8)
 include(CPack)

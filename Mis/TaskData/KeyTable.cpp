@@ -45,6 +45,16 @@ bool MatchWord(std::string_view word, const char* pattern, int* index) noexcept 
     return *pattern == '\0';
 }
 
+/// The first row with this id that fits; null for none.
+template <class Fits> const _TOInfo* FirstRow(int id, Fits fits) {
+    for (Row row = taskOptionIndex.FirstOfId(id); row != KeyIndex::noRow; row = taskOptionIndex.NextOfId(row)) {
+        if (taskOptions[row].id == id && fits(taskOptions[row])) {
+            return &taskOptions[row];
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 int KeyTable::RowId(int key) noexcept {
@@ -65,23 +75,11 @@ bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noe
 }
 
 const _TOInfo* KeyTable::FirstOf(int key) {
-    const int id = RowId(key);
-    for (Row row = taskOptionIndex.FirstOfId(id); row != KeyIndex::noRow; row = taskOptionIndex.NextOfId(row)) {
-        if (taskOptions[row].id == id) {
-            return &taskOptions[row];
-        }
-    }
-    return nullptr;
+    return FirstRow(RowId(key), [](const _TOInfo&) { return true; });
 }
 
 const _TOInfo* KeyTable::FirstLegal(int key, int version, int type) {
-    const int id = RowId(key);
-    for (Row row = taskOptionIndex.FirstOfId(id); row != KeyIndex::noRow; row = taskOptionIndex.NextOfId(row)) {
-        if (taskOptions[row].id == id && taskOptions[row].IsLegal(version, type)) {
-            return &taskOptions[row];
-        }
-    }
-    return nullptr;
+    return FirstRow(RowId(key), [=](const _TOInfo& row) { return row.IsLegal(version, type); });
 }
 
 const _TOInfo* KeyTable::FirstNamed(std::string_view name, int version, int type, int* index) {
