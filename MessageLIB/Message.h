@@ -16,6 +16,7 @@ struct logopt;
 /// Logging returns 1 when the record was written or dropped on purpose, 0 when not. LogMsg and log_if_set never throw.
 namespace I18NMessage {
 
+// ORDER MessageSeverity
 enum MessageSeverity : int {
     SeverityDebug = 0,
     SeverityInformational = 1,
@@ -121,7 +122,8 @@ public:
     /// Adds a copy of a cause, which is written inside this record.
     void AddChild(const Message& child);
 
-    /// Writes the record through `logger`, if that is null through s_defaultLogger, else to the console.
+    /// Writes the record through `logger`, or through s_defaultLogger when that is null. With neither it goes to the
+    /// console, and while logging is off nowhere.
     int Log(Logger* logger);
 
     /// Logs a record through s_defaultLogger, as log_if_set does.

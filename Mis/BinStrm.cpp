@@ -54,7 +54,7 @@ int VBinaryStream::GetDescriptor() const noexcept {
     return m_file == nullptr ? -1 : fileno(m_file);
 }
 
-bool VBinaryStream::HasReadFailed() const noexcept {
+bool VBinaryStream::HasFailed() const noexcept {
     return m_file != nullptr && std::ferror(m_file) != 0;
 }
 

@@ -33,8 +33,8 @@ public:
     void Open(Descriptor file, const char* filespec);
     /// The descriptor of the open file, still owned here; -1 when the stream is closed.
     int GetDescriptor() const noexcept;
-    /// True when reading the open file has failed. Its end is no failure.
-    bool HasReadFailed() const noexcept;
+    /// True when reading or writing the open file has failed. The end of the file is no failure.
+    bool HasFailed() const noexcept;
     /// Closes in any case. Throws 4152 as Flush does, else 4148 when closing failed.
     void Close();
     /// Writes out what is buffered. Throws 4152, with the system's error as cause, if this or an earlier write failed.

@@ -59,7 +59,8 @@ void FreeBlocks() noexcept {
     delete std::exchange(blocks, nullptr);
 }
 
-/// Returns: false when more could read the log than g_logAccess lets.
+/// Returns: false when a log that exists could not be narrowed to g_logAccess. One with further hard links is left as
+/// it is.
 bool ApplyAccess(const OutputFile& output) {
     if (!g_logAccess) {
         return true;
@@ -71,7 +72,7 @@ bool ApplyAccess(const OutputFile& output) {
     return !output.status.HasOneName() || sys_narrowAccess(output.file.Number(), output.status, *g_logAccess);
 }
 
-/// Returns: null when the file cannot be opened.
+/// Returns: null when the file cannot be opened, narrowed or emptied.
 std::FILE* OpenFile(const std::string& path, bool truncate) {
     OutputFile output = sys_openOutput(path, truncate ? O_WRONLY : O_RDWR | O_APPEND, g_logAccess ? 0600 : 0666);
     if (!output.file.IsOpen() || !ApplyAccess(output)) {

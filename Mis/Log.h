@@ -22,7 +22,8 @@ struct logblk {
     char path[515]; ///< cut when it is longer
 };
 
-/// How lines are written. In this program only `block` is ever set.
+/// How lines are written. The console is gui_show: the run log if one is open, else standard output. In this program
+/// only `block` is ever set.
 struct logopt {
     int word;             ///< without a block: zero, lines go to the console; else they are dropped
     const char* identity; ///< unless null, lines are cut to 1022 characters
@@ -53,8 +54,8 @@ struct logfilelist {
 
 /// Opens `name` in `dir`: truncated when `mode` is 1, else appended to. The numbered mode always appends, to the file
 /// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed. Returns:
-/// false when the file cannot be opened, is a FIFO, or lies behind a link of another user than root and this one.
-/// Records then go where they went before.
+/// false when the file cannot be opened, emptied or narrowed to g_logAccess, is a FIFO, or lies behind a link of
+/// another user than root and this one. Records then go where they went before.
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered);
 
 /// Closes the log and switches logging off. Harmless when nothing is open.
@@ -66,10 +67,12 @@ void batutil_FlushLog();
 /// maxLogFileSize. Never does so when both names are empty or batutil_LogOpen opened the log in the plain mode.
 void batutil_CheckLogSize();
 
-/// Chooses the file of the ring to write next, and deletes it first if it is an old one. Returns: its full name.
+/// Chooses the file of the ring to write next. When all of them exist and the newest is above maxLogFileSize, the
+/// chosen one is deleted first. Returns: its full name.
 std::string batutil_GetNextFilename(std::string dir, std::string name);
 
-/// Writes a line of a time stamp and `text` to the run log, or to standard output when none is open. Returns: 1.
+/// Writes a line of a time stamp and `text` to the run log, or to standard output when none is open. Then calls
+/// batutil_CheckLogSize. Returns: 1.
 unsigned long gui_show(unsigned long flag, char* text);
 
 /// Writes a complete line as `opt` says, to the console when it is null. Returns: 1, or 0 when the line could not be

@@ -20,7 +20,7 @@ public:
     VError& operator=(const VError& other);
     ~VError() override;
 
-    /// True when the value is not 0, or the detail is not: a number other than 0, a text that begins with ASCII.
+    /// True when the value or the numeric detail is not 0, or the text begins with an ASCII character.
     virtual bool IsError();
     /// Logs the error to the log that `opt` names, null for the default one. A letter first sets the severity.
     virtual void LogShow(logopt* opt, VString severityLetter) = 0;
@@ -76,7 +76,8 @@ public:
     ~VI18NError() override;
 
     bool IsError() override;
-    /// Logs the record and then its chain of causes to the default logger, as log_if_set does.
+    /// Logs the record and then its chain of causes, up to and with the first that is no VI18NError, to the default
+    /// logger, as log_if_set does.
     void LogShow();
     /// The same with another severity, which the record keeps.
     void LogShow(S severity);

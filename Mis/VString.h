@@ -115,5 +115,6 @@ const VString& GetEmptyString();
 int qx_stricmp(const char* a, const char* b);
 
 /// Fills the first two "%s" markers of `text`. Before the second marker "%%" becomes one "%"; all other text stays. A
-/// null argument shows as "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer than two markers.
+/// "%s" behind a "%" counts as a marker but is not filled. A null argument shows as "(null)". Returns: 1, or 0 with
+/// `text` unchanged when there are fewer than two markers.
 int VStringFormat(VString& text, const char* first, char* second);

@@ -14,5 +14,6 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
 /// A file that holds the bytes already is not opened for writing; only its times are set to now. When the copy cannot
 /// be read to its end, the file stays as it is, which is a failure. A missing copy is a failure only if this run has
 /// opened the file for writing; otherwise that file is passed over. A file that has vanished is created with the owner
-/// and the permissions of the copy.
+/// and the permissions of the copy, in a directory that is made if it is missing (DISK 4341 is logged when it cannot
+/// be).
 void rollback();

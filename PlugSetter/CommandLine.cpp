@@ -9,7 +9,6 @@
 
 namespace {
 
-// ORDER arguments
 enum Argument { argAction = 1, argName, argInstallationDir, argBackupDir, argLogFileName, argumentCount };
 
 bool ParseAction(const char* action) {

@@ -21,8 +21,8 @@ namespace {
 
 constexpr mode_t ownerOnly = 0600;
 
-/// Lets nobody else read an earlier copy. A stranger who owns it may have it open. Returns: false with errno when that
-/// cannot be had.
+/// Closes an earlier copy to everybody but its owner. A stranger's is refused: he may have it open already. Returns:
+/// false, with errno, when it is refused or cannot be closed.
 bool CloseToOthers(const OutputFile& copy, const FileStatus& source) {
     const uid_t owner = copy.status.Owner();
     if (owner != 0 && owner != geteuid() && owner != source.Owner()) {
@@ -50,7 +50,8 @@ OutputFile OpenEmpty(const std::string& copy, const FileStatus& source) {
     return output;
 }
 
-/// Removes an earlier copy that could not be opened because of its mode. Returns: true when it was removed.
+/// Removes an earlier copy that OpenEmpty has just refused for its mode or its owner; errno still says so. Returns:
+/// true when it was removed.
 bool RemoveClosed(const std::string& copy, const FileStatus& source) {
     const bool isClosed = errno == EACCES || errno == EPERM;
     const FileStatus entry = FileStatus::OfEntry(copy);
@@ -110,7 +111,7 @@ bool IsComplete(const VBinaryStream& source, const std::string& copy) {
     if (!from.IsPresent() || !to.IsPresent()) {
         return false;
     }
-    return !from.IsRegular() || (!source.HasReadFailed() && (!to.IsRegular() || to.Size() == from.Size()));
+    return !from.IsRegular() || (!source.HasFailed() && (!to.IsRegular() || to.Size() == from.Size()));
 }
 
 } // namespace

@@ -10,8 +10,8 @@
 /// Throws a pointer to VI18NError: UTIL 4341 (directory) when the destination's directory cannot be created; BSTR 4145
 /// (destination) when the copy cannot be opened for writing, would be the source itself, is a FIFO, or lies behind a
 /// link of another user than root and this one; UTIL 7947 ("backupFile()") when the system does not tell what the
-/// source is, when the copy is incomplete or may not be on the disk, and for any exception that is no error object; and
-/// what the streams throw.
+/// source is, when the copy is incomplete or may not be on the disk, and for any exception but a pointer to
+/// VI18NError; and what the streams throw.
 void copyFile(const std::string& source, const std::string& destination);
 
 /// The name under which failures of copying are reported.

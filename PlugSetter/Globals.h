@@ -5,7 +5,7 @@
 #include <list>
 #include <string>
 
-/// The state of a run: the command line and the run set it, the steps of the run read it.
+/// The state of a run. The command line and the run set it; of its steps only upgrade changes it, and only bakFiles.
 
 /// A file that was saved: where it belongs and where its copy is.
 struct BackupEntry {
@@ -19,7 +19,7 @@ enum RegType { registerPlugin = 0, unregisterPlugin = 1 };
 extern int regType;
 extern std::string plugName;        ///< as given on the command line
 extern std::string installationDir; ///< ends in the separator
-extern std::string backupDir;       ///< ends in the separator; later in a run, that of this node below the given one
+extern std::string backupDir;       ///< ends in the separator; at first as given, then this node's directory below that
 extern std::string logFileName;     ///< in the installation directory
 extern char agentName[65];          ///< this machine's node name
 extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving

@@ -8,6 +8,7 @@
 /// 14; row 15 stands for "unknown".
 namespace Plugins {
 
+// ORDER PluginCode_
 enum PluginCode_ {
     EXCH = 0,
     EXCHMAPI = 1,

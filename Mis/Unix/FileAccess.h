@@ -23,7 +23,7 @@ FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 /// of `access`, and takes away an access control list. If that cannot be done, nobody but the owner can read the file.
 void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
-/// Takes away the bits of an open file with this status that would let more users read it than `access` does. Adds
-/// none. An owner who is neither root nor the user of this process nor that of `access` loses the file to this user.
-/// Returns: false when it could not be done.
+/// Takes away the permission bits of an open file with this status by which others could do more with it than `access`
+/// lets them. Adds none. An owner who is neither root nor the user of this process nor that of `access` loses the file
+/// to this user. Returns: false when it could not be done.
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);

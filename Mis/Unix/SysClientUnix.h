@@ -8,7 +8,8 @@ class VI18NError;
 
 /// Removes the file or empty directory that `path` names. Returns: true when it was removed.
 /// With "*" or "?" in `path`, removes every matching entry of the directory part, directories with all that they hold,
-/// and returns true whatever happens. A directory that is there but cannot be read is logged (SYST 5065, warning).
+/// and returns true whatever happens. A pattern without a directory part removes nothing. A directory that is there but
+/// cannot be read is logged (SYST 5065, warning).
 bool sys_delete(const char* path);
 
 /// Removes the file or empty directory that `path` names; "*" and "?" have no special meaning. Returns: true when it
