@@ -1,6 +1,9 @@
 #include "PlugSetter/Backup.h"
 
 #include "Mis/Log.h"
+#include "Mis/Unix/Descriptor.h"
+#include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/VError.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
@@ -11,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -200,6 +204,39 @@ TEST_F(Backup, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
     fs::create_hard_link("copies/first", "other name");
     backupFile("live/", "first", "copies/", "", false);
     EXPECT_EQ(AccessOf("copies/first"), "666 0 0");
+}
+
+TEST_F(Backup, AnAccessListLeavesOnlyTheOwner) {
+    constexpr char list[] = "\2\0\0\0"                  // the version
+                            "\1\0\6\0\xFF\xFF\xFF\xFF"  // the owner reads and writes
+                            "\2\0\4\0\7\0\0\0"          // user 7 reads
+                            "\4\0\4\0\xFF\xFF\xFF\xFF"  // so does the group
+                            "\20\0\4\0\xFF\xFF\xFF\xFF" // users and groups do no more than that
+                            "\40\0\0\0\xFF\xFF\xFF\xFF";
+    const auto give = [&](const char* name, const char* path) {
+        return setxattr(path, name, list, sizeof list - 1, 0);
+    };
+    const char* const ofFile = "system.posix_acl_access";
+    if (give("system.posix_acl_default", "copies") != 0) {
+        GTEST_SKIP() << "the file system has no access lists";
+    }
+    const auto access = [](const std::string& path) { return AccessOf(path).substr(0, 3); };
+    fs::permissions("live/first", static_cast<fs::perms>(0644));
+    for (const char* mode : {"644", "600"}) {
+        fs::remove("copies/first");
+        backupFile("live/", "first", "copies/", "", false);
+        EXPECT_EQ(access("copies/first"), mode);
+        EXPECT_LT(getxattr("copies/first", ofFile, nullptr, 0), 0) << "that of the directory is taken off";
+        EXPECT_EQ(give(ofFile, "live/first"), 0) << "for the second round";
+    }
+    WriteFile("live/log", "");
+    for (const char* mode : {"644", "600"}) {
+        fs::permissions("live/log", static_cast<fs::perms>(0666));
+        const Descriptor log(open("live/log", O_WRONLY));
+        EXPECT_TRUE(sys_narrowAccess(log.Number(), FileStatus::Of(log.Number()), {geteuid(), getegid(), 0644}));
+        EXPECT_EQ(access("live/log"), mode);
+        EXPECT_EQ(give(ofFile, "live/log"), 0) << "for the second round";
+    }
 }
 
 TEST_F(Backup, ACopyFollowsOwnLinksOnlyAndNoPipe) {
