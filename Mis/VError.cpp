@@ -52,7 +52,9 @@ VError::VError(const VError& other) : VObject(other) {
 }
 
 VError& VError::operator=(const VError& other) {
-    CopyFrom(const_cast<VError*>(&other));
+    if (this != &other) {
+        CopyFrom(const_cast<VError*>(&other));
+    }
     return *this;
 }
 
@@ -151,6 +153,7 @@ VI18NError::VI18NError(long module, int number, S severity, P p1, P p2, P p3) : 
     Severity(severity);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): that of VError looks
 VI18NError& VI18NError::operator=(const VI18NError& other) {
     VError::operator=(other);
     return *this;
