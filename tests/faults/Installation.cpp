@@ -64,7 +64,7 @@ long Setting(const char* name, long usual) {
 
 Installation::Installation()
     : m_mounted(HasOwnMounts() && mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
-      m_copy(m_dir / "backups/today/" + NodeName() + "/Global.qxc"),
+      m_copy(m_dir / "backups/t/" + NodeName() + "/Global.qxc"),
       m_plan(ftruncate(m_planMemory, sizeof(Plan)) == 0 ? MapPlan(NameOf(m_planMemory).c_str()) : nullptr) {
     std::filesystem::current_path(m_dir / "");
 }

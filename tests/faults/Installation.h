@@ -64,7 +64,7 @@ protected:
 
     void Lay(const Case& run) const;
     std::string Agent(const Case& run) const { return (run.relative ? "" : m_dir / "") + "agent"; }
-    std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/today"; }
+    std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/t"; }
     /// Starts the tool. Returns: its process.
     pid_t Start(std::vector<std::string> arguments, std::vector<std::string> environment = {}) const;
     Outcome Wait(pid_t process) const;
@@ -96,7 +96,7 @@ protected:
     const bool m_mounted; ///< a file system in memory below the installation; not permitted everywhere
     const std::string m_live = m_dir / "agent/Global.qxc";
     const std::string m_log = m_dir / "agent/run.xlog";
-    const std::string m_namelessCopy = m_dir / "backups/today/Global.qxc";
+    const std::string m_namelessCopy = m_dir / "backups/t/Global.qxc";
     const std::string m_copy;
 
 private:

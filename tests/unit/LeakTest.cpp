@@ -1,4 +1,6 @@
+#include "Mis/VError.h"
 #include "Mis/VString.h"
+#include "PlugSetter/Guard.h"
 #include "PlugSetter/Run.h"
 #include "tests/support/TempDir.h"
 
@@ -12,13 +14,13 @@ namespace {
 long liveBlocks = 0;
 } // namespace
 
-// The other forms of new and delete call these.
-void* operator new(std::size_t size) {
+// The other forms of new and delete call these. Were they inlined, the compiler would see free where it expects delete.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++liveBlocks;
     void* block = std::malloc(size);
     return block != nullptr ? block : throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
     liveBlocks -= block != nullptr ? 1 : 0;
     std::free(block);
 }
@@ -42,6 +44,23 @@ TEST(Leaks, ATextGivesBackEachBlockThatItLeaves) {
         shared.SetAt(0, 'y');
         text.Empty();
     }
+    EXPECT_EQ(liveBlocks, before);
+}
+
+TEST(Leaks, AGuardFreesTheErrorThatItReplaces) {
+    struct OtherError : VError {
+        void LogShow(logopt*, VString) override {}
+        VError* Clone() override { return new OtherError(*this); }
+    };
+    const auto guarded = [] {
+        try {
+            throw static_cast<VError*>(new OtherError);
+        } catch (...) {
+            throwAsError("label");
+        }
+    };
+    const long before = liveBlocks;
+    EXPECT_FALSE(err_attempt(guarded));
     EXPECT_EQ(liveBlocks, before);
 }
 

@@ -45,8 +45,9 @@ TEST(Message, HeadersHoldWhatIsSet) {
 
 TEST(Message, ParametersAndCausesStandInside) {
     const std::string head = "<M ID=\"1\" S=\"I\" " + moment + "><PS>";
-    Message inner = At(Message(1, "", static_cast<MessageSeverity>(7), "\ta\"b\r\n<&>\x01\xBF\xBF\xC3\xA9"));
-    const std::string xml = head + "<P T=\"0\">\ta\"b&#13;&#10;&lt;&amp;&gt;???\xC3\xA9</P></PS></M>";
+    Message inner =
+        At(Message(1, "", static_cast<MessageSeverity>(7), "\ta\"b\r\n<&>\x01\xBF\xBF\xC3\xA9\xEF\xBF\xBE"));
+    const std::string xml = head + "<P T=\"0\">\ta\"b&#13;&#10;&lt;&amp;&gt;???\xC3\xA9??\?</P></PS></M>";
     Message outer = At(Message(1, "", SeverityInformational, -3, 4000000000U));
     outer.InsertParameter(1, new MessageParameter(inner));
     outer.InsertParameter(99, new Parameter(static_cast<const char*>(nullptr)));
@@ -108,8 +109,9 @@ TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
     EXPECT_TRUE(error.IsError()) << "detail";
 }
 
-TEST(ErrorDeathTest, TakingOverOutsideOfAHandlerStopsTheProcess) {
+TEST(ErrorDeathTest, MisuseStopsTheProcess) {
     EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
+    EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
 }
 
 /// A run log in a scratch directory.

@@ -60,6 +60,12 @@ TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
     EXPECT_NE(VTDEntry(keyDescription, "", 671, 1).Compare(&other), 0) << "an object of another class";
 }
 
+TEST(TaskEntriesDeathTest, ASecondEntryOfAKeyStopsTheProcess) {
+    TaskEntries entries;
+    entries.Append(VTDEntry(keyDescription, "", 671, 1));
+    EXPECT_DEATH(entries.Append(VTDEntry(keyDescription, "", 671, 1)), "TaskEntries.cpp:.*added");
+}
+
 TEST(TaskData, AddsAndReplacesValues) {
     for (const bool raw : {true, false}) {
         VTaskData data("", raw);
@@ -289,7 +295,7 @@ TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
 TEST(TaskFile, ALongValueIsPutTogetherWhole) {
     const std::string half(600000, 'h');
     const std::string whole = half + half;
-    for (const char* joint : {"\"-\r\n \"", "\"-\""}) {
+    for (const char* joint : {"", "\"-\r\n \"", "\"-\""}) {
         const std::string value = std::string(half).append(joint).append(half);
         for (const auto& [second, zone] : {std::pair(std::string("z"), std::string("z")), {value, whole}}) {
             VTaskData data("", true);

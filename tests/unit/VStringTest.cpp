@@ -81,6 +81,11 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     text = reserved + 5;
     EXPECT_EQ(static_cast<const char*>(text), reserved);
     VString copy(text);
+    copy += "!";
+    EXPECT_EQ(Header(text), (Ints{1, 5, 100})) << "a shared block is not appended to";
+    copy = text;
+    copy += "";
+    EXPECT_EQ(Header(copy), (Ints{2, 5, 100}));
     copy.FreeExtra();
     EXPECT_EQ(Header(copy), (Ints{1, 5, 5}));
     EXPECT_EQ(Header(text), (Ints{1, 5, 100}));
@@ -113,7 +118,7 @@ TEST(VString, JoinsCutsTrimsAndFinds) {
         {abc.Mid(5), ""},      {abc.Mid(INT_MIN), "abc"}, {abc.Mid(2, INT_MAX), "c"}, {abc.Mid(-5, 2), "ab"},
         {abc.Mid(1, -1), ""},  {abc.Left(-1), ""},        {abc.Left(2), "ab"},        {abc.Left(10), "abc"},
         {abc.Right(2), "bc"},  {abc.Right(10), "abc"},    {left, "x \n"},             {right, " \t\v\f\r\n x"},
-        {kept, "\xA0x\xA0 \x7F"}, {">" + abc + '!' + abc + VString('-', 3) + "<", ">abc!abc---<"},
+        {kept, "\xA0x\xA0 \x7F"}, {">" + abc + '!' + abc + VString('-', 3) + "<", ">abc!abc---<"}, {VString('x', 1), "x"},
     };
     // clang-format on
     for (const auto& [text, expected] : cases) {
