@@ -121,8 +121,8 @@ TEST(Manual, RecipesDoWhatTheyPromise) {
         RunTool({"-r", "ORACLE", dir / "agent", dir / "backup", "install.xlog"});
         WriteFile(log, std::regex_replace(ReadFile(log), std::regex("\\.[ \\d]\\d\\+00:00"), ". 5+00:00"));
         std::string script = Blocks(recipes).at(0) + Blocks(Part(recipes, ".Ss ", title)).at(0);
-        script.replace(script.find("/opt/"), 5, dir / "");
-        script.replace(script.find("/var/backups/agent-plugin"), 25, dir / "backup");
+        script.replace(script.find("/opt/"), 5, "'" + dir / "" + "'");
+        script.replace(script.find("/var/backups/agent-plugin"), 25, "'" + dir / "backup" + "'");
         const std::string tools = std::filesystem::path(TOOL).parent_path();
         const Outcome outcome = RunProgram({"/bin/sh", "-c", script}, {"PATH=" + tools + ":/usr/bin:/bin"});
         EXPECT_TRUE(std::regex_match(outcome.output, std::regex(output))) << title << "\n" << outcome.output;

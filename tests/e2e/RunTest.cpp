@@ -24,8 +24,8 @@ const std::string registered = ReadFile(TEST_DATA "/global/Global.registered.qxc
 const std::string unregistered = ReadFile(TEST_DATA "/global/Global.unregistered.qxc");
 const std::string longText(100000, 'l');
 
-/// An installation in a scratch directory. Its directory has the node's name, so that with the scratch directory as
-/// backup directory the copy would be the file itself.
+/// An installation in a scratch directory. Its directory has the node's name, so that with the one above as backup
+/// directory the copy would be the file itself.
 class Run : public testing::Test {
 protected:
     Run() { WriteFile(config, original); }
@@ -54,7 +54,7 @@ protected:
     }
 
     const TempDir dir;
-    const std::string agent = dir / Node();
+    const std::string agent = dir / "of/" + Node();
     const std::string backup = dir / "backup";
     const std::string config = agent + "/Global.qxc";
     const std::string copyDir = backup + "/" + Node() + "/";
@@ -73,7 +73,7 @@ TEST_F(Run, RegistersAndUnregisters) {
             EXPECT_THAT(Log(), testing::ElementsAre(started, "UTIL 7953 I [Global.qxc]", "UTIL 7960 I"));
         }
     }
-    EXPECT_EQ(Entries(), 6);
+    EXPECT_EQ(Entries(), 7);
 }
 
 TEST_F(Run, EditsTheSlots) {
@@ -106,18 +106,22 @@ TEST_F(Run, RefusesWrongArgumentsAndTouchesNothing) {
     const std::string same = "ERROR: backup directory cannot be the same as the installation directory - ";
     Tool({"-r", "CLUSTER", dir / "AGENT\\", dir / "agent/", "log"}, 1, same + (dir / "AGENT/\n"));
     Tool({"-u", "CLUSTER", "", "/", "log"}, 1, same + "/\n");
-    EXPECT_EQ(Entries(), 2);
+    EXPECT_EQ(Entries(), 3);
     EXPECT_EQ(ReadFile(config), original);
 }
 
 TEST_F(Run, SucceedsWithoutAConfiguration) {
     fs::remove(config);
     fs::create_directories(dir / "b*");
+    fs::create_symlink("loop", dir / "loop");
     Tool({"-r", "CLUSTER", dir / "a/b c", dir / "b*", "log"});
     Tool({"-u", "CLUSTER", dir / "d\\\\", backup, "log"});
     EXPECT_THAT(Records(ReadFile(dir / "a/b c/log")), testing::ElementsAre(started, "UTIL 7960 I"));
     EXPECT_TRUE(fs::exists(dir / "d\\/log"));
-    EXPECT_EQ(Entries(), 6);
+    for (const std::string& nowhere : {dir / "loop", dir / longText, dir / "a/b c/log/below"}) {
+        Tool({"-r", "CLUSTER", nowhere, backup, "log"});
+    }
+    EXPECT_EQ(Entries(), 8);
 }
 
 TEST_F(Run, KeepsABrokenConfiguration) {
@@ -133,11 +137,9 @@ TEST_F(Run, KeepsABrokenConfiguration) {
 }
 
 TEST_F(Run, ChangesNothingThatItCannotCopyOrRead) {
-    const std::string below = config + "/backup/";
-    Fail(below, {"DISK 4341 E [" + below + Node() + "/]", "UTIL 4341 E [" + below + Node() + "/]"});
     fs::create_directories(copyDir + "Global.qxc");
     Fail(backup, {"BSTR 4145 E [" + copyDir + "Global.qxc]"});
-    Fail(dir / "", {"BSTR 4145 E [" + config + "]"}); // the copy would be the file itself
+    Fail(dir / "of/", {"BSTR 4145 E [" + config + "]"}); // the copy would be the file itself
     const std::string inside = config + "/" + Node() + "/";
     Fail(config, {"DISK 4341 E [" + inside + "]", "UTIL 4341 E [" + inside + "]"});
     EXPECT_EQ(ReadFile(config), original);
@@ -160,12 +162,13 @@ TEST_F(Run, DeletesAFileUnderTheBackupNameButNothingElse) {
 }
 
 TEST_F(Run, WorksWithoutALog) {
-    for (const std::string& log : Texts{"", "no/such/directory.xlog", "Global.qxc", longText}) {
+    fs::create_hard_link(config, agent + "/second");
+    for (const std::string& log : Texts{"", "no/such/directory.xlog", "Global.qxc", "second", longText}) {
         WriteFile(config, original);
         Tool({"-r", "ORACLE", agent, backup, log});
         EXPECT_EQ(ReadFile(config), registered);
     }
-    EXPECT_EQ(Entries(), 5);
+    EXPECT_EQ(Entries(), 7);
     EXPECT_EQ(mkfifo((agent + "/pipe").c_str(), 0600), 0);
     Tool({"-r", "ORACLE", agent, backup, "pipe"});
     fs::remove(config);
@@ -176,8 +179,18 @@ TEST_F(Run, WorksWithoutALog) {
     }
     // If the log were written over the copy, restoring would write the log over the configuration.
     WriteFile(config, original);
-    Tool({"-r", "ORACLE", agent, backup, "../backup/" + Node() + "/Global.qxc"}, 1);
+    Tool({"-r", "ORACLE", agent, backup, "../../backup/" + Node() + "/Global.qxc"}, 1);
     EXPECT_EQ(ReadFile(config), original);
+    EXPECT_EQ(Records(ReadFile(copyDir + "Global.qxc")).at(1), "UTIL 7947 E [upgrade() ]");
+}
+
+TEST_F(Run, ShowsTheLogOnStandardOutputThroughALink) {
+    fs::create_symlink("/dev/stdout", agent + "/shown");
+    // The last record is longer than what a pipe holds.
+    const std::string run = "'" TOOL "' -r SS '" + agent + "' '" + config + "' shown " + longText + " | cat";
+    const Texts log = Records(RunProgram({"/bin/sh", "-c", run}).output);
+    ASSERT_EQ(log.size(), 6U);
+    EXPECT_THAT(log[5], testing::AllOf(testing::StartsWith("UTIL 7962 I [ \"-r\""), testing::EndsWith("l\"]")));
 }
 
 // With standard output closed, what is printed could get into the configuration.
@@ -185,24 +198,27 @@ TEST_F(Run, OpensTheStandardStreamsThatAreClosed) {
     fs::remove(config);
     EXPECT_EQ(mkfifo(config.c_str(), 0600), 0);
     const std::string run = "'" TOOL "' -r SS '" + agent + "' '" + backup + "' log <&- >&- 2>&- & exec 9>'" + config;
-    const std::string look = "'; for i in 0 1 2; do readlink /proc/$!/fd/$i; done; kill $!";
-    EXPECT_EQ(RunProgram({"/bin/sh", "-c", run + look}).output, "/dev/null\n/dev/null\n/dev/null\n");
+    const std::string look = "'; for i in 0 1 2; do readlink /proc/$!/fd/$i; done; ";
+    const std::string lock = "flock -n -s '" + agent + "' true || echo locked; kill $!";
+    EXPECT_EQ(RunProgram({"/bin/sh", "-c", run + look + lock}).output, "/dev/null\n/dev/null\n/dev/null\nlocked\n");
 }
 
 TEST_F(Run, ShowsTheLogOnlyToThoseWhoMayReadTheConfiguration) {
     const std::string log = agent + "/install.xlog";
     const struct {
-        unsigned configuration;
-        unsigned before; ///< 0 for no log
+        unsigned configuration; ///< 0 for none
+        unsigned before;        ///< 0 for no log
         unsigned after;
-    } cases[] = {{0600, 0, 0600}, {0640, 0, 0640}, {0640, 0666, 0640}, {0666, 0600, 0600}, {0604, 0666, 0600}};
+    } cases[] = {{0600, 0, 0600},    {0640, 0, 0640},    {0640, 0666, 0640},
+                 {0666, 0600, 0600}, {0604, 0666, 0600}, {0, 0666, 0666}};
     for (const auto& test : cases) {
         fs::remove(log);
         if (test.before != 0) {
             WriteFile(log, "");
             fs::permissions(log, static_cast<fs::perms>(test.before));
         }
-        fs::permissions(config, static_cast<fs::perms>(test.configuration));
+        test.configuration == 0 ? static_cast<void>(fs::remove(config))
+                                : fs::permissions(config, static_cast<fs::perms>(test.configuration));
         Tool({"-r", "ORACLE", agent, backup, "install.xlog"});
         EXPECT_EQ(static_cast<unsigned>(fs::status(log).permissions()), test.after) << std::oct << test.configuration;
     }
@@ -224,7 +240,7 @@ TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
     fs::rename(config, dir / "real");
     fs::create_hard_link(dir / "real", dir / "further");
     fs::create_symlink("real", dir / "middle");
-    fs::create_symlink("../middle", config);
+    fs::create_symlink("../../middle", config);
     for (const char* name : {"real", "middle", "agent"}) {
         Tool({"-u", "SS", dir / "agent/.", dir / name, "install.xlog"}, name == std::string("agent") ? 0 : 1);
         EXPECT_EQ(ReadFile(config), registered) << name;
@@ -236,7 +252,7 @@ TEST_F(Run, DeletesFurtherNamesOfTheConfigurationUnderTheBackupName) {
         fs::create_symlink(target, dir / std::to_string(link));
         target = std::to_string(link);
     }
-    fs::create_symlink("../" + target, config);
+    fs::create_symlink("../../" + target, config);
     Tool({"-u", "SS", agent, dir / "real", "install.xlog"}, 1);
     EXPECT_EQ(ReadFile(config), registered);
 }

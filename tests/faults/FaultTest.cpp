@@ -52,7 +52,8 @@ const Fault faults[] = {
     {"DiskFull",        anyStorage,                      fail,   ENOSPC,     10, oneFault,  kinds},
     {"DiskFullHalfway", anyRoom,                         half,   ENOSPC,      5, oneFault,  kinds},
     {"OverQuota",       anyStorage,                      fail,   EDQUOT,     10, oneFault,  {growth}},
-    {"CannotReserve",   Only(callRoom),               fail,   EOPNOTSUPP,  1, noFailure, {growth}},
+    {"CannotReserve",   Only(callRoom),                  fail,   EOPNOTSUPP,  1, noFailure, {growth}},
+    {"NeverReserves",   Only(callRoom),                  fail,   ENOSYS,      1, noFailure, {growth}},
     {"CannotSync",      Only(callSync),                  fail,   EINVAL,      4, noFailure, {growth}},
     {"CannotLock",      Only(callLock),                  fail,   ENOLCK,      1, noFailure, {growth}},
     {"Terminated",      everyCall,                       signal, SIGTERM,    50, noSpoilt,  {failedSave}},
@@ -60,7 +61,7 @@ const Fault faults[] = {
     {"HungUp",          everyCall,                       signal, SIGHUP,     50, noSpoilt,  {unregistration}},
     {"Quit",            everyCall,                       signal, SIGQUIT,    50, noSpoilt,  {unregistration}},
 #ifdef FAULTS_OF_MEMORY
-    {"Memory",          Only(callMemory),                fail,   ENOMEM,    200, noSpoilt,  {growth, refusal}},
+    {"Memory",          Only(callMemory),                fail,   ENOMEM,    200, noSpoilt,  {growth, refusal, failedSave}},
 #endif
 };
 // clang-format on
@@ -78,6 +79,7 @@ protected:
     /// Hits the calls from number `first` to `last`. Returns: false when there are not so many.
     bool RunWithFault(long first, long last) {
         Lay(m_case);
+        std::filesystem::permissions(m_live, std::filesystem::perms(0600));
         const long blocks = BlocksOf(m_live);
         const Outcome outcome = Run(m_case, {m_fault.calls, first, last, m_fault.effect, m_fault.error});
         if (m_plan->injected == 0) {
@@ -88,13 +90,31 @@ protected:
         const bool maySpoil = m_fault.promise == oneFault && many && !m_case.edited.empty();
         const std::string live = Check(m_case, outcome, LiveWasHidden(), maySpoil);
         EXPECT_TRUE(live == "new" || m_fault.promise != noFailure) << CallsAndLog();
-        const auto isLost = [](const Step& step) { return step.hit && std::strcmp(step.call, "fsync") == 0; };
+        const bool meansLoss = m_fault.error != ENOENT && m_fault.error != EACCES;
+        const auto isLost = [&](const Step& step) {
+            // The directory of the copy has a "/" at its end where it is opened to be synchronised.
+            const bool isDirectory =
+                std::strstr(step.path, "backups/") != nullptr && step.path[std::strlen(step.path) - 1] == '/';
+            const bool isOpening = std::strstr(step.call, "open64") != nullptr;
+            return step.hit && (std::strcmp(step.call, "fsync") == 0 || (isOpening && isDirectory && meansLoss));
+        };
         const bool isLiveLost = Did([&](const Step& step) { return isLost(step) && IsLive(step); });
         EXPECT_TRUE(outcome.status != 0 || !Did(isLost) || m_fault.promise != oneFault) << CallsAndLog();
         EXPECT_FALSE(Claims(7945) && isLiveLost && many && m_fault.promise == oneFault) << CallsAndLog();
         EXPECT_TRUE(live != "old" || !single || BlocksOf(m_live) <= blocks) << CallsAndLog();
         EXPECT_EQ(LeftBehind(), std::set<std::string>()) << CallsAndLog();
+        EXPECT_TRUE(m_case.earlierCopy.empty() || m_fault.error == EACCES || std::filesystem::exists(m_copy))
+            << CallsAndLog();
+        for (const std::string& file : {m_copy, m_namelessCopy, m_log}) {
+            EXPECT_TRUE(IsPrivate(file) || ReadFile(file) == m_case.earlierCopy || m_fault.error == ENOENT)
+                << file << CallsAndLog();
+        }
         return true;
+    }
+
+    static bool IsPrivate(const std::string& path) {
+        struct stat status = {};
+        return stat(path.c_str(), &status) != 0 || (status.st_mode & 077U) == 0;
     }
 
     /// True when the file could not be opened for writing, or was said to be missing and nothing is claimed.
@@ -132,6 +152,33 @@ TEST_P(FaultTest, LosesNothing) {
     }
 }
 
+class VanishingTest : public Installation {};
+
+// With passwords in it, a file that is made anew is for its owner only.
+TEST_F(VanishingTest, ComesBackPrivate) {
+    Plan plan = {everyCall, 0, 0, command, 0};
+    const std::string neighbour = "rm '" + m_live + "'";
+    neighbour.copy(plan.command, sizeof plan.command - 1);
+    std::set<std::string> found;
+    const auto isDirectory = [&](const Step& step) { return step.path == m_dir / "agent"; };
+    bool synchronised = false;
+    do {
+        plan.last = ++plan.first;
+        Lay(registration);
+        std::filesystem::permissions(m_live, std::filesystem::perms(0600));
+        EXPECT_EQ(Run(registration, plan).signal, 0);
+        struct stat status = {};
+        if (stat(m_live.c_str(), &status) == 0) {
+            EXPECT_EQ(status.st_mode & 07777U, 0600U) << CallsAndLog();
+            found.insert(Live(registration));
+            synchronised |=
+                Did([&](const Step& step) { return std::strcmp(step.call, "fsync") == 0 && isDirectory(step); });
+        }
+    } while (m_plan->injected > 0);
+    EXPECT_TRUE(synchronised);
+    EXPECT_EQ(found, (std::set<std::string>{"new", "old"}));
+}
+
 std::vector<std::pair<Fault, Case>> FaultsInCases() {
     std::vector<std::pair<Fault, Case>> all;
     for (const Fault& fault : faults) {
@@ -152,21 +199,24 @@ class NeighbourTest : public Installation, public testing::WithParamInterface<co
 // fails leaves what the neighbour made. The copy and a neighbour's edit may be lost. Between writing and cutting the
 // file is nobody else's.
 TEST_P(NeighbourTest, LeavesAWholeFile) {
-    const std::string neighbour = "cd " + m_dir / "agent; " + GetParam();
+    const std::string neighbour = "cd '" + m_dir / "agent'; " + GetParam();
     const auto after = [&](const std::string& command, const std::string& text) {
         WriteFile(m_live, text);
         EXPECT_EQ(std::system(command.c_str()), 0);
         return ReadFile(m_live);
     };
     const std::string changed = after(neighbour, registration.live);
-    const std::string editedLater = after("cd " + m_dir / "agent; '" TOOL "' -r ORACLE . ../backup run.xlog", changed);
+    const std::string editedLater =
+        after("cd '" + m_dir / "agent'; '" TOOL "' -r ORACLE . ../backup run.xlog", changed);
     const std::set<std::string> whole = {registration.edited, editedLater, after(neighbour, registration.edited)};
     Plan plan = {everyCall, 0, 0, command, 0};
     neighbour.copy(plan.command, sizeof plan.command - 1);
     do {
         plan.last = ++plan.first;
         Lay(registration);
-        const bool success = Run(registration, plan).status == 0;
+        const Outcome outcome = Run(registration, plan);
+        EXPECT_EQ(outcome.signal, 0) << CallsAndLog();
+        const bool success = outcome.status == 0;
         const std::string live = ReadFile(m_live);
         const bool midSave = std::strcmp(m_plan->steps[plan.first - 1].call, "ftruncate64") == 0;
         EXPECT_TRUE(midSave || (success ? whole.count(live) == 1 : live == changed)) << live << CallsAndLog();

@@ -177,7 +177,10 @@ std::string Installation::BrokenPromises(const Case& run, const Outcome& outcome
     broken += Claims(7945) && live != "old" ? "; the log says that the file was put back" : "";
     broken += hasCopy ? "" : "; the copy is lost";
     if (outcome.signal != 0) {
-        broken += live == "old" || outcome.signal == SIGKILL ? "" : "; the signal did not wait";
+        const auto sent = {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+        broken += std::count(sent.begin(), sent.end(), outcome.signal) == 0 ? "; the run crashed or hung"
+                  : live == "old" || outcome.signal == SIGKILL              ? ""
+                                                                            : "; the signal did not wait";
     } else if (outcome.status == 0) {
         broken += (live == "new" || (live == "old" && untouched)) ? "" : "; the run succeeded";
     } else {

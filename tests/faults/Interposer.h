@@ -68,7 +68,7 @@ struct Plan {
 
 /// True for the name of the configuration, false for that of its copy.
 inline bool IsConfiguration(std::string_view path) {
-    return path.ends_with("agent/Global.qxc") && path.find("backups/") == std::string_view::npos;
+    return path.ends_with("agent/Global.qxc") && path.find("backups/t/") == std::string_view::npos;
 }
 
 inline Plan* MapPlan(const char* path) {

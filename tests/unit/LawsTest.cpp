@@ -145,13 +145,4 @@ TEST(Laws, HoldForEveryDamagedByte) {
     }
 }
 
-TEST(Laws, HoldForManyOpenSections) {
-    std::string text;
-    for (int line = 0; line < 20000; ++line) {
-        text += line < 10000 ? "Server0 {\n" : "}\n";
-    }
-    text += "Description = x\n";
-    ExpectHolds(text, {{"Description", "x"}});
-}
-
 } // namespace

@@ -18,7 +18,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -140,8 +139,10 @@ TEST_F(Services, AWholeFileIsWrittenOverTheOldBytesAndHoles) {
                                                 {m_dir / "no/file", "text", -1}}) {
         EXPECT_EQ(sys_writeFile(path, content), result) << path;
     }
-    EXPECT_GE(FileStatus::Of(m_file).Allocated(), 1L << 20);
     EXPECT_EQ(ReadFile(m_dir / "made"), mebi);
+    const mode_t umasked = umask(0);
+    EXPECT_EQ(fs::status(m_dir / "made").permissions(), static_cast<fs::perms>(0666U & ~umasked));
+    umask(umasked);
 }
 
 TEST_F(Services, RoomIsReservedInHoles) {
@@ -181,7 +182,7 @@ TEST_F(Services, DirectoriesAreMadeUpToTheLastSeparator) {
         EXPECT_TRUE(Exists(made)) << path;
     }
     EXPECT_FALSE(Exists("u/v"));
-    EXPECT_EQ(fs::status(m_dir / "x").permissions() & ~fs::perms::owner_all, fs::perms::none);
+    EXPECT_EQ(fs::status(m_dir / "x").permissions() & fs::perms::all, fs::perms::owner_all);
 }
 
 TEST_F(Services, DeleteRemovesOneNameOrAllThatMatch) {
@@ -195,10 +196,13 @@ TEST_F(Services, DeleteRemovesOneNameOrAllThatMatch) {
                                                                       {"d/*", true, "d", true},
                                                                       {"d", true, "d", false},
                                                                       {"d/*", true, "kept/file", true}};
+    const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = openFiles();
     for (const auto& [path, result, name, isKept] : cases) {
         EXPECT_EQ(sys_delete((m_dir / path).c_str()), result) << path;
         EXPECT_EQ(Exists(name), isKept) << path << ' ' << name;
     }
+    EXPECT_EQ(openFiles(), before);
 }
 
 TEST_F(Services, AMadeDirectoryGivesItsName) {
@@ -221,7 +225,9 @@ TEST_F(Services, ALockedDirectoryIsNoMissingOne) {
     fs::permissions(m_dir / "locked", fs::perms::none);
     fs::permissions(m_dir / "", fs::perms::all);
     const uid_t user = geteuid();
-    ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0) << "root may do everything";
+    if (seteuid(user == 0 ? 65534 : user) != 0) {
+        GTEST_SKIP() << "root may do everything, and cannot become anybody else here";
+    }
     const std::pair<M::AccessMode, std::string> cases[] = {
         {M::ReadMode, "BSTR-E-4144: " + file}, {M::WriteMode, "BSTR-E-4145: " + file}, {M::UpdateMode, "BSTR-E-4159"}};
     for (const auto& [mode, error] : cases) {
@@ -232,6 +238,7 @@ TEST_F(Services, ALockedDirectoryIsNoMissingOne) {
     EXPECT_EQ(Thrown([&] { m_stream.Open(m_file.c_str(), M::UpdateMode); }), "BSTR-E-4145: " + m_file) << "read-only";
     EXPECT_EQ(CreateUnixPath((file + "/").c_str()), 0);
     batutil_LogOpen((m_dir / "").c_str(), "log", 1, false);
+    sys_delete((m_dir / "missing/*").c_str());
     sys_delete((file + "*").c_str());
     batutil_LogClose();
     EXPECT_EQ(Records(ReadFile(m_dir / "log")).at(1),
@@ -262,8 +269,6 @@ TEST(Node, HasAShortName) {
     if (unshare(CLONE_NEWUTS) != 0) {
         GTEST_SKIP() << "the name cannot be changed here";
     }
-    char before[65] = "";
-    EXPECT_EQ(gethostname(before, sizeof before), 0);
     const std::string longest(64, 'n');
     for (const auto& [full, name] :
          {std::pair<std::string, std::string>("a.b.c", "a"), {".", ""}, {longest, longest}}) {
@@ -272,7 +277,6 @@ TEST(Node, HasAShortName) {
         EXPECT_EQ(sys_getnodename(node, 0), 1);
         EXPECT_EQ(node, name);
     }
-    EXPECT_EQ(sethostname(before, std::strlen(before)), 0);
 }
 
 TEST(Classlib, TextsAndPaths) {

@@ -95,6 +95,10 @@ TEST(TaskData, DeletesOneKeyOrARange) {
         EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), deleted);
     }
     EXPECT_EQ(Value(data, keyPluginCode + 1), "x");
+    data.SetRaw(keyTimeZone, "z", true);
+    data.SetRaw(keyPriority, "8", true);
+    EXPECT_EQ(data.DeleteKey(keyPluginCode, keyPluginCode + 9), 1);
+    EXPECT_EQ(Value(data, keyTimeZone) + Value(data, keyPriority), "z8") << "found where they have moved to";
     EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
     EXPECT_EQ(Value(data, keyPluginCode + 1), "none");
     EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
@@ -324,13 +328,13 @@ TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
 
 TEST(TaskFile, SideEffectsAreOnRequest) {
     VTaskData data("", true);
-    unsetenv("ORACLE_HOME");
+    setenv("ORACLE_HOME", "/before", 1);
     VTaskData::extensionLoaded = false;
     // The list of plug-ins is handed over once; its entry follows each file.
     for (const std::string list : {"no.so", "a.so", "b.so"}) {
         std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
         EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
-        EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : nullptr);
+        EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : "/before");
         EXPECT_EQ(VTaskData::extensionLoaded, list != "no.so");
         EXPECT_EQ(Value(data, keyPlugins), list);
     }
