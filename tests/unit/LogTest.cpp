@@ -99,6 +99,7 @@ struct PlainError : VError {
 
 TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
     PlainError error;
+    EXPECT_FALSE(error.IsError());
     for (const auto& [value, text, isError] :
          {std::tuple(0U, "", false), {0U, "x", true}, {0U, "\x80", false}, {5U, "", true}}) {
         error.SetError(60, value, VString(text));

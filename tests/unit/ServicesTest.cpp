@@ -120,6 +120,12 @@ TEST_F(Services, AStreamSeesLostBytes) {
     m_stream.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full");
     EXPECT_EQ(m_stream.WriteRawData(bytes, 1), 1U);
     EXPECT_EQ(closed(), error) << "taken over";
+    const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = openFiles();
+    m_stream.Open("/dev/null", M::WriteMode);
+    EXPECT_EQ(closed(), "nothing") << "an error ends with its file";
+    VBinaryStream().Open("/dev/null", M::WriteMode);
+    EXPECT_EQ(openFiles(), before);
 }
 
 TEST_F(Services, AWholeFileIsWrittenOverTheOldBytesAndHoles) {

@@ -291,6 +291,7 @@ TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
     std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
     EXPECT_TRUE(data.Deserialize(text, false));
     EXPECT_FALSE(data.ParseLine("\",Files", false));
+    EXPECT_TRUE(VTaskData("", true).ParseLine("Description = x", false)) << "without a text before";
     EXPECT_TRUE(data.ParseLine("Format = Full", false));
     EXPECT_EQ(Value(data, keyLogFormat), "Full");
 }
