@@ -205,22 +205,18 @@ TEST_F(Run, OpensTheStandardStreamsThatAreClosed) {
 
 TEST_F(Run, ShowsTheLogOnlyToThoseWhoMayReadTheConfiguration) {
     const std::string log = agent + "/install.xlog";
-    const struct {
-        unsigned configuration; ///< 0 for none
-        unsigned before;        ///< 0 for no log
-        unsigned after;
-    } cases[] = {{0600, 0, 0600},    {0640, 0, 0640},    {0640, 0666, 0640},
-                 {0666, 0600, 0600}, {0604, 0666, 0600}, {0, 0666, 0666}};
-    for (const auto& test : cases) {
+    // The mode of the configuration and that of the log before, 0 for none, and that of the log after.
+    constexpr unsigned cases[][3] = {{0600, 0, 0600},    {0640, 0, 0640},    {0640, 0666, 0640},
+                                     {0666, 0600, 0600}, {0604, 0666, 0600}, {0, 0666, 0666}};
+    for (const auto& [mode, before, after] : cases) {
         fs::remove(log);
-        if (test.before != 0) {
+        if (before != 0) {
             WriteFile(log, "");
-            fs::permissions(log, static_cast<fs::perms>(test.before));
+            fs::permissions(log, static_cast<fs::perms>(before));
         }
-        test.configuration == 0 ? static_cast<void>(fs::remove(config))
-                                : fs::permissions(config, static_cast<fs::perms>(test.configuration));
+        mode == 0 ? static_cast<void>(fs::remove(config)) : fs::permissions(config, static_cast<fs::perms>(mode));
         Tool({"-r", "ORACLE", agent, backup, "install.xlog"});
-        EXPECT_EQ(static_cast<unsigned>(fs::status(log).permissions()), test.after) << std::oct << test.configuration;
+        EXPECT_EQ(static_cast<unsigned>(fs::status(log).permissions()), after) << std::oct << mode;
     }
 }
 
