@@ -104,8 +104,7 @@ TEST(Laws, HoldForGeneratedConfigurations) {
     // A thousand runs that all synchronise: on a disk they take seconds.
     const char* const memory = "/dev/shm";
     const TempDir dir(access(memory, W_OK) == 0 ? memory : std::filesystem::temp_directory_path());
-    const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
-    const auto before = open();
+    const long before = OpenFiles();
     for (unsigned seed = 0; seed < 200; ++seed) {
         SCOPED_TRACE(seed);
         Generated generated(seed);
@@ -127,7 +126,7 @@ TEST(Laws, HoldForGeneratedConfigurations) {
         ExpectHolds(registered, generated.entries);
         EXPECT_EQ(Edited(dir, registerPlugin, "VMWARE"), registered);
         EXPECT_EQ(Edited(dir, unregisterPlugin, "VMWARE"), canonical);
-        EXPECT_EQ(open(), before) << "files";
+        EXPECT_EQ(OpenFiles(), before) << "files";
     }
 }
 

@@ -83,7 +83,7 @@ TEST(Leaks, ARunGivesBackAllThatItTook) {
         for (auto& [blocks, files] : held) {
             EXPECT_EQ(runPlugSetter(6, arguments), status) << name;
             blocks = liveBlocks;
-            files = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+            files = OpenFiles();
         }
         testing::internal::GetCapturedStdout();
         EXPECT_EQ(held[0], held[1]) << name;

@@ -120,12 +120,11 @@ TEST_F(Services, AStreamSeesLostBytes) {
     m_stream.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full");
     EXPECT_EQ(m_stream.WriteRawData(bytes, 1), 1U);
     EXPECT_EQ(closed(), error) << "taken over";
-    const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
-    const auto before = openFiles();
+    const auto before = OpenFiles();
     m_stream.Open("/dev/null", M::WriteMode);
     EXPECT_EQ(closed(), "nothing") << "an error ends with its file";
     VBinaryStream().Open("/dev/null", M::WriteMode);
-    EXPECT_EQ(openFiles(), before);
+    EXPECT_EQ(OpenFiles(), before);
 }
 
 TEST_F(Services, AWholeFileIsWrittenOverTheOldBytesAndHoles) {
@@ -202,13 +201,12 @@ TEST_F(Services, DeleteRemovesOneNameOrAllThatMatch) {
                                                                       {"d/*", true, "d", true},
                                                                       {"d", true, "d", false},
                                                                       {"d/*", true, "kept/file", true}};
-    const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
-    const auto before = openFiles();
+    const auto before = OpenFiles();
     for (const auto& [path, result, name, isKept] : cases) {
         EXPECT_EQ(sys_delete((m_dir / path).c_str()), result) << path;
         EXPECT_EQ(Exists(name), isKept) << path << ' ' << name;
     }
-    EXPECT_EQ(openFiles(), before);
+    EXPECT_EQ(OpenFiles(), before);
 }
 
 TEST_F(Services, AMadeDirectoryGivesItsName) {
