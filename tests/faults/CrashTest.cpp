@@ -6,7 +6,6 @@
 #include "tests/faults/Installation.h"
 
 #include <csignal>
-#include <cstring>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -51,7 +50,7 @@ protected:
             Check(m_case, Run(m_case, plan));
             const Step& call = m_plan->steps[m_plan->stepCount - 1];
             m_moments.push_back({{}, Claims(7953) || Claims(7960), Claims(7945), ""});
-            m_moments.back().synchronised = std::strcmp(call.call, "fsync") == 0 ? call.path : "";
+            m_moments.back().synchronised = call.IsOn("fsync") ? call.path : "";
             for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {
                 m_moments.back().files[entry.path()] = entry.is_regular_file() ? ReadFile(entry.path()) : "";
             }

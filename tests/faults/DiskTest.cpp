@@ -3,14 +3,12 @@
 #include "tests/faults/Installation.h"
 
 #include <climits>
-#include <csignal>
-#include <cstring>
-#include <random>
 #include <set>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -35,7 +33,7 @@ protected:
     bool IsDone(const Case& run, const Outcome& outcome, bool untouched = false) {
         const bool needsReason = outcome.status == 1 && !run.edited.empty() && Claims(7962);
         EXPECT_TRUE(!needsReason || Claims(4152)) << ReadFile(m_log);
-        const bool wrote = Did([](const Step& step) { return std::strcmp(step.call, "write") == 0 && IsLive(step); });
+        const bool wrote = Did([](const Step& step) { return step.IsOn("write") && step.IsLive(); });
         EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << CallsAndLog();
         return Check(run, outcome, untouched) == "new";
     }
@@ -69,9 +67,15 @@ TEST_F(DiskTest, FreePages) {
 // Before each call of a run and those that follow it, the neighbour takes what room there is.
 TEST_F(DiskTest, NeighbourTakesAllRoom) {
     SKIP_UNLESS_MOUNTED();
+    const auto takeAll = [&] {
+        const std::string page(pageSize, '\n');
+        const int file = open(m_filler.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        while (write(file, page.data(), page.size()) > 0) {
+        }
+        close(file);
+    };
     for (const Case& run : {growth, growthAgain, unregistration, refusal, failedSave}) {
-        Plan plan = {everyCall, 0, LONG_MAX, Effect::fill, 0};
-        m_filler.copy(plan.command, sizeof plan.command - 1);
+        Plan plan = {everyCall, 0, LONG_MAX, Effect::act, 0, takeAll};
         do {
             ++plan.first;
             std::filesystem::remove(m_filler);
@@ -79,28 +83,6 @@ TEST_F(DiskTest, NeighbourTakesAllRoom) {
             IsDone(run, Run(run, plan));
         } while (m_plan->injected > 0);
         EXPECT_GT(plan.first, 50);
-    }
-}
-
-TEST_F(DiskTest, NeighbourAppendsWithoutEnd) {
-    SKIP_UNLESS_MOUNTED();
-    std::mt19937 random(1);
-    const std::string page(pageSize, '\n');
-    for (const Case& run : {growth, growthAgain, unregistration, refusal}) {
-        for (long i = Setting("FAULT_NEIGHBOURS", 18); i > 0; --i) {
-            LayOnFullDisk(run, static_cast<unsigned long>(i % 9));
-            const auto delay = static_cast<useconds_t>(random() % 3000);
-            const pid_t neighbour = fork();
-            ASSERT_GE(neighbour, 0);
-            if (neighbour == 0) {
-                const int file = open(m_filler.c_str(), O_WRONLY | O_APPEND);
-                for (usleep(delay);; static_cast<void>(write(file, page.data(), page.size()) + 1)) {
-                }
-            }
-            IsDone(run, Run(run));
-            kill(neighbour, SIGKILL);
-            waitpid(neighbour, nullptr, 0);
-        }
     }
 }
 

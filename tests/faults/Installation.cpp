@@ -1,21 +1,24 @@
 #include "tests/faults/Installation.h"
 
+#include "PlugSetter/Run.h"
 #include "tests/support/Records.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <iostream>
+#include <new>
 #include <regex>
-#include <stdexcept>
 
+#include <fcntl.h>
 #include <sched.h>
-#include <spawn.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -26,10 +29,6 @@ std::string NodeName() {
     return name.substr(0, name.find('.'));
 }
 
-std::string NameOf(int descriptor) {
-    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
-}
-
 /// True when what this process mounts is seen by nobody else and goes with it, however it ends.
 bool HasOwnMounts() {
     static const bool result =
@@ -37,14 +36,8 @@ bool HasOwnMounts() {
     return result;
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
+Plan* SharedPlan() {
+    return new (mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Plan;
 }
 
 /// True when each complete line is a record; the last one may be unfinished. Without a clock the time is unknown.
@@ -57,6 +50,12 @@ bool IsWellFormed(const std::string& log) {
 
 } // namespace
 
+// A sanitizer's usual status would pass for that of a failed run.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" const char* __asan_default_options() {
+    return "exitcode=99";
+}
+
 long Setting(const char* name, long usual) {
     const char* const text = std::getenv(name);
     return text == nullptr ? usual : std::atol(text);
@@ -64,16 +63,14 @@ long Setting(const char* name, long usual) {
 
 Installation::Installation()
     : m_mounted(HasOwnMounts() && mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
-      m_copy(m_dir / "backups/t/" + NodeName() + "/Global.qxc"),
-      m_plan(ftruncate(m_planMemory, sizeof(Plan)) == 0 ? MapPlan(NameOf(m_planMemory).c_str()) : nullptr) {
+      m_copy(m_dir / "backups/t/" + NodeName() + "/Global.qxc"), m_plan(SharedPlan()) {
     std::filesystem::current_path(m_dir / "");
 }
 
 Installation::~Installation() {
     std::filesystem::current_path(m_before);
+    m_plan->~Plan();
     munmap(m_plan, sizeof(Plan));
-    close(m_planMemory);
-    close(m_outputMemory);
     if (m_mounted) {
         umount((m_dir / "").c_str());
     }
@@ -99,49 +96,43 @@ void Installation::Lay(const Case& run) const {
     }
 }
 
-pid_t Installation::Start(std::vector<std::string> arguments, std::vector<std::string> environment) const {
-    // A sanitizer's usual status would pass for that of a failed run.
-    environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0:exitcode=99");
-    arguments.insert(arguments.begin(), TOOL);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, NameOf(m_outputMemory).c_str(), O_WRONLY | O_TRUNC | O_APPEND, 0);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    // Whoever runs the tests in the background has some signals ignored.
-    sigset_t every;
-    sigfillset(&every);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    posix_spawnattr_setsigdefault(&attributes, &every);
-    pid_t process = 0;
-    const int error =
-        posix_spawn(&process, TOOL, &actions, &attributes, Pointers(arguments).data(), Pointers(environment).data());
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw std::runtime_error("the tool cannot be started");
+pid_t Installation::Start(std::vector<std::string> arguments, Plan* plan) const {
+    arguments.insert(arguments.begin(), "PlugSetter");
+    std::vector<char*> words(arguments.size());
+    std::transform(arguments.begin(), arguments.end(), words.begin(), [](std::string& word) { return word.data(); });
+    std::fflush(stdout);
+    const pid_t process = fork();
+    if (process == 0) {
+        // Whoever runs the tests in the background has some of them ignored.
+        for (const int number : {SIGHUP, SIGINT, SIGQUIT}) {
+            std::signal(number, SIG_DFL);
+        }
+        dup2(creat(m_output.c_str(), 0600), STDOUT_FILENO);
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        alarm(60);
+        runPlan = plan;
+        const int status = runPlugSetter(static_cast<int>(words.size()), words.data());
+        runPlan = nullptr;
+        std::exit(status);
     }
     return process;
+}
+
+pid_t Installation::Start(const Case& run, Plan* plan) const {
+    return Start({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, plan);
 }
 
 Outcome Installation::Wait(pid_t process) const {
     int status = 0;
     EXPECT_EQ(waitpid(process, &status, 0), process);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
-            ReadFile(NameOf(m_outputMemory)), ""};
-}
-
-Outcome Installation::Run(const Case& run, std::vector<std::string> environment) const {
-    return Wait(Start({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, std::move(environment)));
+            ReadFile(m_output), ""};
 }
 
 Outcome Installation::Run(const Case& run, const Plan& plan) const {
     *m_plan = plan;
-    std::strncpy(m_plan->failing, run.failing, sizeof m_plan->failing - 1);
-    // LD_PRELOAD takes no path with a space.
-    return Run(run,
-               {"LD_PRELOAD=" INTERPOSER, "LD_LIBRARY_PATH=" INTERPOSER_DIR, "FAULT_PLAN=" + NameOf(m_planMemory)});
+    m_plan->failing = run.failing;
+    return Wait(Start(run, m_plan));
 }
 
 Case Installation::WithEdit(Case run) const {

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <ostream>
 
@@ -56,7 +55,7 @@ inline std::string WithLongLine(std::string text, std::size_t length) {
 /// A number from the environment.
 long Setting(const char* name, long usual);
 
-/// A scratch installation, its backup directory, its run log, and the plan for the preload library.
+/// A scratch installation, its backup directory, its run log, and the plan of its runs.
 class Installation : public testing::Test {
 protected:
     Installation();
@@ -65,10 +64,11 @@ protected:
     void Lay(const Case& run) const;
     std::string Agent(const Case& run) const { return (run.relative ? "" : m_dir / "") + "agent"; }
     std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/t"; }
-    /// Starts the tool. Returns: its process.
-    pid_t Start(std::vector<std::string> arguments, std::vector<std::string> environment = {}) const;
+    /// Starts the tool in a process of its own, under the plan that `plan` points to. Returns: the process.
+    pid_t Start(std::vector<std::string> arguments, Plan* plan = nullptr) const;
+    pid_t Start(const Case& run, Plan* plan = nullptr) const;
     Outcome Wait(pid_t process) const;
-    Outcome Run(const Case& run, std::vector<std::string> environment = {}) const;
+    Outcome Run(const Case& run) const { return Wait(Start(run)); }
     Outcome Run(const Case& run, const Plan& plan) const;
     /// Sets the new bytes to those of a run without a fault.
     Case WithEdit(Case run) const;
@@ -88,7 +88,6 @@ protected:
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
     /// True when a call of the last run under a plan was such a one.
     bool Did(const std::function<bool(const Step&)>& what) const;
-    static bool IsLive(const Step& step) { return IsConfiguration(step.path); }
     /// The calls of that run, and the log.
     std::string CallsAndLog() const;
 
@@ -101,10 +100,10 @@ protected:
 
 private:
     std::map<std::string, int> m_tally;
-    const int m_planMemory = memfd_create("plan", MFD_CLOEXEC);
-    const int m_outputMemory = memfd_create("output", MFD_CLOEXEC);
+    const TempDir m_outside;
+    const std::string m_output = m_outside / "output";
     const std::filesystem::path m_before = std::filesystem::current_path();
 
 protected:
-    Plan* const m_plan;
+    Plan* const m_plan; ///< of the last run under one
 };

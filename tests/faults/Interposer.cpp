@@ -1,16 +1,15 @@
-// The preload library of the fault tests; Interposer.h says how they work.
-
 #include "tests/faults/Interposer.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -19,14 +18,15 @@
 #include <sys/utsname.h>
 #include <sys/vfs.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #define NEXT(function) reinterpret_cast<decltype(&(function))>(dlsym(RTLD_NEXT, #function))
+
+Plan* runPlan = nullptr;
 
 namespace {
 
 using Path = const char*;
-
-Plan* plan = nullptr; ///< null outside of main()
 
 struct File {
     std::FILE* stream;
@@ -58,63 +58,53 @@ void Describe(Step& step, Opening opening) {
     step.writes = opening.writes;
 }
 
-void Fill() {
-    static const char page[4096] = {};
-    const int file = NEXT(open64)(plan->command, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    while (NEXT(write)(file, page, sizeof page) > 0) {
-    }
-    NEXT(close)(file);
-}
-
 /// Returns: true when the call that is hit is to fail.
 bool ApplyEffect() {
-    ++plan->injected;
-    switch (plan->effect) {
-    case Effect::fail:
-    case Effect::half: return true;
-    case Effect::signal: kill(getpid(), plan->error); break;
-    case Effect::fill: Fill(); break;
-    case Effect::command: static_cast<void>(std::system(plan->command)); break;
+    ++runPlan->injected;
+    if (runPlan->effect == Effect::signal) {
+        kill(getpid(), runPlan->error);
+    } else if (runPlan->effect == Effect::act) {
+        Plan* const plan = std::exchange(runPlan, nullptr);
+        plan->neighbour();
+        runPlan = plan;
     }
-    return false;
+    return runPlan->effect == Effect::fail || runPlan->effect == Effect::half;
 }
 
 /// True for the call that fails besides.
 bool FailsBesides(const Step& step) {
-    const bool fails =
-        *plan->failing != '\0' && std::strcmp(step.call, plan->failing) == 0 && IsConfiguration(step.path);
-    *plan->failing = fails ? '\0' : *plan->failing;
+    const bool fails = step.call == runPlan->failing && step.IsLive();
+    runPlan->failing = fails ? "" : runPlan->failing;
     return fails;
 }
 
 /// Notes and counts the call. Returns: true when it is to fail; errno is set.
 template <class Subject> bool Hit(Call call, Path name, Subject subject) {
-    if (plan == nullptr || (call == callMemory && plan->calls != Only(callMemory))) {
+    if (runPlan == nullptr || (call == callMemory && runPlan->calls != Only(callMemory))) {
         return false;
     }
     const int error = errno;
     static Step beyond;
-    const bool hasRoom = plan->stepCount < std::ssize(plan->steps);
-    Step& step = hasRoom ? plan->steps[plan->stepCount] : beyond;
-    step = {};
+    const bool hasRoom = runPlan->stepCount < std::ssize(runPlan->steps);
+    Step& step = hasRoom ? runPlan->steps[runPlan->stepCount] : beyond;
+    step = {0, false, false, name, {}};
     if (call != callMemory) {
-        plan->stepCount += hasRoom ? 1 : 0;
-        std::strncpy(step.call, name, sizeof step.call - 1);
+        runPlan->stepCount += hasRoom ? 1 : 0;
         Describe(step, subject);
     }
-    if ((plan->calls & Only(call)) != 0) {
-        step.number = ++plan->reached;
-        step.hit = step.number >= plan->first && step.number <= plan->last;
+    if ((runPlan->calls & Only(call)) != 0) {
+        step.number = ++runPlan->reached;
+        step.hit = step.number >= runPlan->first && step.number <= runPlan->last;
     }
     const bool failsBesides = FailsBesides(step);
     const bool fails = step.hit && ApplyEffect();
-    errno = fails ? plan->error : failsBesides ? EIO : error;
+    errno = fails ? runPlan->error : failsBesides ? EIO : error;
     return fails || failsBesides;
 }
 
 /// True when the call that was hit just now is the one to be done by half.
 bool Halved() {
-    return plan->effect == Effect::half && plan->injected == 1;
+    return runPlan->effect == Effect::half && runPlan->injected == 1;
 }
 
 /// What is left of the file, but no more than `size`.
@@ -175,6 +165,9 @@ File* FileOf(const std::FILE* stream) {
 
 /// A stream around the one that `open` makes. All memory comes first, lest a file be cut for want of it.
 template <class Open> std::FILE* Wrap(Path mode, Open open) {
+    if (runPlan == nullptr) {
+        return open();
+    }
     File* const file = FileOf(nullptr);
     file->stream = fopencookie(file, mode, {Read, Write, Seek, Close});
     file->inner = file->stream == nullptr ? nullptr : open();
@@ -185,27 +178,9 @@ template <class Open> std::FILE* Wrap(Path mode, Open open) {
     return file->stream;
 }
 
-int (*realMain)(int, char**, char**) = nullptr;
-
-int CountedMain(int argc, char** argv, char** environment) {
-    alarm(60);
-    unsetenv("LD_PRELOAD");
-    plan = MapPlan(getenv("FAULT_PLAN"));
-    const int status = realMain(argc, argv, environment);
-    plan = nullptr;
-    return status;
-}
-
 } // namespace
 
 extern "C" {
-
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
-int __libc_start_main(decltype(realMain) program, int argc, char** argv, void (*init)(), void (*fini)(),
-                      void (*loaderFini)(), void* stackEnd) {
-    realMain = program;
-    return NEXT(__libc_start_main)(CountedMain, argc, argv, init, fini, loaderFini, stackEnd);
-}
 
 std::FILE* fopen64(Path path, Path mode) {
     return Wrap(mode, [=] {
@@ -240,10 +215,10 @@ int fsync(int descriptor) {
 }
 
 int nanosleep(const timespec* time, timespec* left) {
-    if (plan == nullptr) {
+    if (runPlan == nullptr) {
         return NEXT(nanosleep)(time, left);
     }
-    plan->slept += time->tv_sec * 1000 + time->tv_nsec / 1000000;
+    runPlan->slept += time->tv_sec * 1000 + time->tv_nsec / 1000000;
     return Hit(callOther, "nanosleep", "") ? -1 : 0;
 }
 
