@@ -103,9 +103,6 @@ bool IsAlias(const char* name) {
 } // namespace
 
 Plugins::PluginCode_ string2code(const VString& name) {
-    if (name.IsEmpty()) {
-        return Plugins::UNDEFINED;
-    }
     if (std::strcmp(name, Plugins::oracle_8i_solaris_name) == 0) {
         return Plugins::ORACLE_8I_SOLARIS;
     }

@@ -43,7 +43,7 @@ bool task_valueFits(std::string_view typeSpec, std::string_view value) {
     if (typeSpec == "#B") {
         return IsPartOfBooleans(value);
     }
-    return typeSpec.starts_with('/') && IsListOfNames(typeSpec, value);
+    return IsListOfNames(typeSpec, value);
 }
 
 std::vector<std::string_view> task_enumNames(std::string_view typeSpec) {

@@ -1,5 +1,6 @@
 // Disks that are really full, alone or with a neighbour that takes every page that is given back; limits of file sizes.
 
+#include "Mis/Unix/WholeFile.h"
 #include "tests/faults/Installation.h"
 
 #include <climits>
@@ -62,6 +63,9 @@ TEST_F(DiskTest, FreePages) {
             EXPECT_EQ(seen.size(), run.edited.size() > run.live.size() ? 2U : 1U) << run;
         }
     }
+    LayOnFullDisk(growth, 0);
+    EXPECT_EQ(sys_writeFile(m_dir / "agent/made", growth.live), 0);
+    EXPECT_FALSE(std::filesystem::exists(m_dir / "agent/made")) << "made for nothing";
 }
 
 // Before each call of a run and those that follow it, the neighbour takes what room there is.

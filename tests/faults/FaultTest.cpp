@@ -34,7 +34,7 @@ struct Fault {
 };
 
 const std::vector<Case> kinds = {growth, unregistration, refusal, failedSave};
-const std::vector<Case> kindsAndNoCopy = {growth, unregistration, refusal, failedSave, noCopy};
+const std::vector<Case> kindsAndNoCopy = {growth, unregistration, refusal, failedSave, noCopy, itself};
 
 constexpr unsigned anyRoom = Only(callWrite) | Only(callRoom);
 constexpr unsigned anyStorage = anyRoom | Only(callSync) | Only(callOpen);

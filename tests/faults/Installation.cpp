@@ -90,7 +90,11 @@ void Installation::Lay(const Case& run) const {
     } else if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
     }
-    if (run.place == Case::Place::link) {
+    if (run.place == Case::Place::itself) {
+        std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
+        std::filesystem::create_symlink(m_live, m_copy);
+        std::filesystem::create_symlink(m_live, m_namelessCopy);
+    } else if (run.place == Case::Place::link) {
         std::filesystem::rename(m_copy, m_copy + ".linked");
         std::filesystem::create_symlink("Global.qxc.linked", m_copy);
     }

@@ -11,7 +11,7 @@
 
 /// What a run starts from.
 struct Case {
-    enum class Place { file, link, fifo };
+    enum class Place { file, link, fifo, itself };
 
     const char* name;
     const char* option;
@@ -44,6 +44,7 @@ inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,
 inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      rejected,       "",           shortCopy, Case::Place::link};
 inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,       unregistered, "",        Case::Place::file, true, "ftruncate64"};
 inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,       "",           "",        Case::Place::fifo};
+inline const Case itself =         {"Itself",     "-r", "ORACLE",      original,       "",           "",        Case::Place::itself};
 // clang-format on
 
 /// A text of which a run breaks a line.

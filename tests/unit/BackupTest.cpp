@@ -268,6 +268,13 @@ TEST_F(Backup, ALogIsNarrowedToThoseWhoMayReadTheConfiguration) {
         EXPECT_TRUE(sys_narrowAccess(log.Number(), FileStatus::Of(log.Number()), configuration));
         EXPECT_EQ(AccessOf("live/second"), narrowed);
     }
+    for (const auto& [owner, isNarrow] : {std::pair(0U, true), {65534U, true}, {9U, false}}) {
+        SetAccess("live/second", 0600, owner);
+        const Descriptor log(open("live/second", O_WRONLY));
+        EXPECT_EQ(seteuid(65534), 0);
+        EXPECT_EQ(sys_narrowAccess(log.Number(), FileStatus::Of(log.Number()), {7, 7, 0600}), isNarrow) << owner;
+        EXPECT_EQ(seteuid(0), 0);
+    }
 }
 
 TEST_F(Backup, ACopyFollowsOwnLinksOnlyAndNoPipe) {
@@ -282,6 +289,13 @@ TEST_F(Backup, ACopyFollowsOwnLinksOnlyAndNoPipe) {
     fs::create_symlink("target", "elsewhere/link");
     EXPECT_EQ(copy(), "nothing");
     EXPECT_EQ(ReadFile("elsewhere/target"), "spoilt first");
+    fs::permissions(m_dir / "", static_cast<fs::perms>(0711));
+    SetAccess("elsewhere/target", 0644, 65534);
+    SetAccess("live/first", 0644, 65534);
+    SetAccess("copies", 0700, 65534);
+    EXPECT_EQ(seteuid(65534), 0);
+    EXPECT_EQ(copy(), "nothing") << "anybody follows the links of root";
+    EXPECT_EQ(seteuid(0), 0);
     WriteFile("elsewhere/target", "target");
     SetAccess("elsewhere/link", 0, 7);
     EXPECT_EQ(copy(), refused);

@@ -10,6 +10,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <set>
 #include <span>
@@ -66,6 +67,7 @@ TEST(KeyTable, HoldsTheRows) {
               << '\n';
     }
     EXPECT_EQ(txccl::Signature::of(cells.str()), "7fe36faa3e4808a4bae4c572e6880d655f40c5fb");
+    EXPECT_EQ(std::count_if(rows.begin(), rows.end(), std::mem_fn(&_TOInfo::IsRawData)), 32);
     _TOInfo info = {};
     EXPECT_EQ(VTaskData::GetKeyInfo(rows[7].id, info), 1);
     EXPECT_EQ(info.keyName, rows[7].keyName);

@@ -31,6 +31,8 @@ TEST(Message, HeadersHoldWhatIsSet) {
     const std::tuple<const char*, const char*, const char*, const char*, std::string> cases[] = {
         {"", "", "", "", common},
         {"o", "", "", "", " O=\"o\"" + common},
+        {"o", "c", "", "", " O=\"o\" C=\"c\"" + common},
+        {"", "", "u", "", common + " U=\"u\" F=\"\""},
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
         {"<\"\t", "c", "u", "&", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"u\" F=\"&amp;\""}};
@@ -39,8 +41,37 @@ TEST(Message, HeadersHoldWhatIsSet) {
         message.SetOrigin(origin), message.SetUserName(user), message.SetFunction(function);
         EXPECT_EQ(message.GetString(), "<M ID=\"7\"" + attributes + "></M>\n");
     }
+}
+
+TEST(Message, TimesAreWrittenWhenTheyExist) {
     EXPECT_EQ(MessageTime().ToString(), "00-000-0000 00:00:00 +0000");
-    EXPECT_EQ(MessageTime(std::tm(), 0).ToString(), "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?");
+    const std::tm leapSecond = {60, 59, 23, 31, 11, 8099, 0, 0, 0, 0, nullptr};
+    EXPECT_THAT(MessageTime(leapSecond, 99).ToString(), testing::StartsWith("9999-12-31T23:59:60.99"));
+    const std::tm first = {0, 0, 0, 1, 0, -1900, 0, 0, 0, 0, nullptr};
+    EXPECT_THAT(MessageTime(first, 0).ToString(), testing::StartsWith("0000-01-01T00:00:00. 0"));
+    for (int std::tm::*field : {&std::tm::tm_sec, &std::tm::tm_min, &std::tm::tm_hour, &std::tm::tm_mday,
+                                &std::tm::tm_mon, &std::tm::tm_year}) {
+        for (std::tm none : {leapSecond, first}) {
+            none.*field += none.tm_mon == 11 ? 1 : -1;
+            EXPECT_EQ(MessageTime(none, 0).ToString(), "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?");
+        }
+    }
+}
+
+TEST(Message, TextHoldsTheCharactersOfXml) {
+    const auto shown = [](const char* text) {
+        const std::string record = Message(1, "", SeverityInformational, text).GetString();
+        const std::size_t begin = record.find("\">", record.find("<P")) + 2;
+        return record.substr(begin, record.find("</P>") - begin);
+    };
+    const char* const last =
+        " ~\xC2\xA0\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+    EXPECT_EQ(shown(last), last) << "the first and the last of each length";
+    for (const char* none : {"\x1F", "\x7F", "\x80", "\xC2\x9F", "\xC1\xBF", "\xC2 ", "\xC2\xC0", "\xE0\x9F\xBF",
+                             "\xED\xA0\x80", "\xED\xBF\xBF", "\xEF\xBF\xBE", "\xEF\xBF\xBF", "\xEF\xBF",
+                             "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+        EXPECT_THAT(shown(none), testing::MatchesRegex("\\?+ ?")) << none;
+    }
 }
 
 TEST(Message, ParametersAndCausesStandInside) {
@@ -279,6 +310,7 @@ TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
         flushed += size() > before && number > 48 ? std::to_string(number) + ' ' : "";
     }
     EXPECT_EQ(flushed, "49 50 70 200 400 ");
+    EXPECT_EQ(flushExpiredLines(&block), 0U);
     std::fclose(block.fp);
     Open();
     for (std::size_t records = 2; records < 99; ++records) {

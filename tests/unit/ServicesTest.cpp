@@ -176,6 +176,8 @@ TEST_F(Services, WholeFilesAreCompared) {
     for (const auto& [a, b] : {std::pair("", "file"), {"file", ""}, {"missing", "file"}}) {
         EXPECT_FALSE(sys_holdsSame(m_dir / a, m_dir / b)) << a << ' ' << b;
     }
+    ASSERT_EQ(mkfifo((m_dir / "fifo").c_str(), 0600), 0);
+    EXPECT_TRUE(sys_holdsSame(m_dir / "fifo", m_dir / "fifo")) << "does not wait for a writer";
 }
 
 TEST_F(Services, DirectoriesAreMadeUpToTheLastSeparator) {
@@ -313,6 +315,7 @@ TEST(Classlib, Signatures) {
     signature.update(abcd, 1);
     signature.close();
     for (const std::string& ofAbc : {signature.to_string(), Signature::of(abcd, 3)}) {
+        EXPECT_EQ(ofAbc.size(), Signature::STRING_SIGNATURE_SIZE);
         EXPECT_EQ(ofAbc, "a9993e364706816aba3e25717850c26c9cd0d89d");
     }
     for (const std::string& ofNothing : {Signature::of(), Signature::of(nullObject)}) {

@@ -60,10 +60,15 @@ TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
     EXPECT_NE(VTDEntry(keyDescription, "", 671, 1).Compare(&other), 0) << "an object of another class";
 }
 
-TEST(TaskEntriesDeathTest, ASecondEntryOfAKeyStopsTheProcess) {
+TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
     TaskEntries entries;
     entries.Append(VTDEntry(keyDescription, "", 671, 1));
     EXPECT_DEATH(entries.Append(VTDEntry(keyDescription, "", 671, 1)), "TaskEntries.cpp:.*added");
+    std::string text(3U << 20, 'x'), buffer = text.substr(0, 2U << 20);
+    const std::string_view beyond(buffer.data(), text.size());
+    for (const std::string_view foreign : {std::string_view(text), beyond}) {
+        EXPECT_DEATH(VTDEntry(keyDescription, "", 671, 1).SetValue(foreign, &buffer), "TaskEntry.cpp:.*buffer");
+    }
 }
 
 TEST(TaskData, AddsAndReplacesValues) {
@@ -178,7 +183,7 @@ TEST(TaskData, TakesTypedValues) {
 
 // Entries without names compare by number with all others, in which three can compare in a circle.
 TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
-    std::vector<int> keys = {63552, keyBiosType + 10, 212};
+    std::vector<int> keys = {63552, keyBiosType + 10, 212, keyDescription};
     for (int i = 1; i < 100; ++i) {
         keys.insert(keys.end(), {keyBiosType + i, keySoftwareOs + i, keyStockPart + i});
     }
@@ -196,6 +201,7 @@ TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
         }
         std::shuffle(keys.begin(), keys.end(), std::mt19937(11));
     }
+    EXPECT_LT(first.find("<213"), first.find("<20401")) << "of those with and without names, the lower key first";
     for (const int key : keys) {
         const bool named = key < keyBiosType || key > keySoftwareOs + 100;
         EXPECT_NE(first.find((named ? " = <" : "\n<") + std::to_string(key) + "\r\n"), std::string::npos) << key;

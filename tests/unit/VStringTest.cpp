@@ -38,7 +38,8 @@ TEST(VString, EmptyTextsShareTheStaticBlock) {
     text.ReleaseBuffer();
     text.Empty();
     text += copy;
-    for (const VString& empty : {text, copy, VString(null), VString('x', -1), text + copy, GetEmptyString()}) {
+    for (const VString& empty :
+         {text, copy, VString(null), VString('x', -1), VString('x', 0), text + copy, GetEmptyString()}) {
         EXPECT_EQ(static_cast<const char*>(empty), vPchNil);
     }
     EXPECT_EQ(Header(text), (Ints{-1, 0, 0}));
@@ -78,6 +79,7 @@ TEST(VString, BlocksHaveTheExactSizeUnlessRoomWasReserved) {
     EXPECT_EQ(static_cast<const char*>(text), exact);
     const char* const reserved = text.GetBuffer(100);
     text += text;
+    EXPECT_EQ(Header(text), (Ints{1, 10, 100}));
     text = reserved + 5;
     EXPECT_EQ(static_cast<const char*>(text), reserved);
     VString copy(text);
