@@ -34,7 +34,7 @@ void DeleteSource(const std::string& directory, const std::string& fileName) {
 bool WriteBack(const std::string& copy, const FileStatus& status, const std::string& live) {
     FileContent content;
     if (!status.IsRegular() || sys_readFile(copy.c_str(), UINT64_MAX, content) < 1 ||
-        dsk_credir(nullptr, sys_directoryOf(live).c_str(), 0, nullptr, nullptr, 0) < 0) {
+        dsk_credir(nullptr, sys_directoryOf(live).c_str(), 0, nullptr) < 0) {
         return false;
     }
     const FileAccess access = sys_accessOf(copy, status);

@@ -121,7 +121,7 @@ void copyFile(const std::string& source, const std::string& destination) try {
     in.Open(source.c_str(), VBinaryStream::ReadMode);
     const std::string directory = sys_directoryOf(destination);
     const std::vector<std::string> changed = DirectoriesToChange(directory);
-    if (dsk_credir(nullptr, directory.c_str(), 0, nullptr, nullptr, 0) < 0) {
+    if (dsk_credir(nullptr, directory.c_str(), 0, nullptr) < 0) {
         err_fail(msgCopyDirectoryNotMade, directory.c_str());
     }
     const FileStatus status = FileStatus::Of(in.GetDescriptor());

@@ -135,7 +135,7 @@ int RunGuarded(const std::string& commandLine) {
 /// Runs while no other run works in the installation directory. Creates that if it is missing.
 int RunAlone(const std::string& commandLine) {
     if (!txccl::File::exists(installationDir)) {
-        dsk_credir(nullptr, installationDir.c_str(), 0, nullptr, nullptr, 0);
+        dsk_credir(nullptr, installationDir.c_str(), 0, nullptr);
     }
     DirectoryLock lock;
     if (!lock.Acquire(installationDir)) {

@@ -130,4 +130,18 @@ TEST(Laws, HoldForGeneratedConfigurations) {
     }
 }
 
+TEST(Laws, HoldForEveryDamagedByte) {
+    const std::string whole = ReadFile(TEST_DATA "/global/Global.qxc");
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        std::string flipped = whole;
+        flipped[at] = static_cast<char>(flipped[at] ^ (1 << at % 8));
+        const std::string missing = whole.substr(0, at) + whole.substr(at + 1);
+        const std::string doubled = whole.substr(0, at + 1) + whole.substr(at);
+        for (std::string damaged : {flipped, missing, doubled}) {
+            VTaskData data("", true);
+            EXPECT_TRUE(!data.Deserialize(damaged, false) || RoundTrips(data)) << at;
+        }
+    }
+}
+
 } // namespace

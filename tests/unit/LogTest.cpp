@@ -109,6 +109,9 @@ struct FailingLogger : Logger {
 TEST(Message, OnlyFailuresAreReportedOnStandardError) {
     FailingLogger failing;
     FileLogger dropping;
+    logopt options = {};
+    dropping.AttachLogFile(&options);
+    EXPECT_EQ(dropping.DetachLogFile(), &options);
     for (const MessageSeverity severity : {SeverityError, SeverityFatal}) {
         Message message = At(Message(7, "", severity, 1, 2, 3));
         testing::internal::CaptureStderr();
@@ -144,6 +147,7 @@ TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
 TEST(ErrorDeathTest, MisuseStopsTheProcess) {
     EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
     EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
+    EXPECT_DEATH(flushLog(nullptr), "Mis/Log.cpp:.*pThis != nullptr");
 }
 
 /// A run log in a scratch directory.
