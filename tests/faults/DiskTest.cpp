@@ -42,13 +42,16 @@ protected:
     const std::string m_filler = m_dir / "filler";
 };
 
-#define SKIP_UNLESS_MOUNTED()                                                                                          \
-    if (!m_mounted || sysconf(_SC_PAGESIZE) != pageSize) {                                                             \
-        GTEST_SKIP() << "no file system with such pages can be mounted here";                                          \
+class FullDiskTest : public DiskTest {
+protected:
+    void SetUp() override {
+        if (!m_mounted || sysconf(_SC_PAGESIZE) != pageSize) {
+            GTEST_SKIP() << "no file system with such pages can be mounted here";
+        }
     }
+};
 
-TEST_F(DiskTest, FreePages) {
-    SKIP_UNLESS_MOUNTED();
+TEST_F(FullDiskTest, FreePages) {
     const std::string text = WithLongLine(original, 60000);
     const Case longGrowth = WithEdit({"LongGrowth", "-r", "ORACLE", text, "", text + "#"});
     for (const Case& run : {growth, growthAgain, longGrowth, unregistration, refusal}) {
@@ -69,8 +72,7 @@ TEST_F(DiskTest, FreePages) {
 }
 
 // Before each call of a run and those that follow it, the neighbour takes what room there is.
-TEST_F(DiskTest, NeighbourTakesAllRoom) {
-    SKIP_UNLESS_MOUNTED();
+TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
     const auto takeAll = [&] {
         const std::string page(pageSize, '\n');
         const int file = open(m_filler.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);

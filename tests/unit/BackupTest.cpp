@@ -80,6 +80,15 @@ protected:
     const TempDir m_dir;
 };
 
+class BackupByRoot : public Backup {
+protected:
+    void SetUp() override {
+        if (lchown((m_dir / "log").c_str(), 7, 7) != 0) {
+            GTEST_SKIP() << "only root gives files away";
+        }
+    }
+};
+
 TEST_F(Backup, RollbackRestoresEachFile) {
     const ino_t inode = StatusOf("live/first").st_ino;
     EXPECT_EQ(RollBack(), restored);
@@ -136,10 +145,7 @@ TEST_F(Backup, RollbackDoesNotBeginWithACopyThatCannotBeRead) {
     EXPECT_EQ(ReadFile("live/first"), "spoilt first");
 }
 
-TEST_F(Backup, RollbackMakesAVanishedFileWithTheAccessOfTheCopy) {
-    if (lchown((m_dir / "log").c_str(), 7, 7) != 0) {
-        GTEST_SKIP() << "only root gives files away";
-    }
+TEST_F(BackupByRoot, RollbackMakesAVanishedFileWithTheAccessOfTheCopy) {
     fs::remove_all("live");
     SetAccess("copies/first", 0640, 7);
     EXPECT_EQ(RollBack(), restored);
@@ -163,10 +169,7 @@ TEST_F(Backup, CopiesExactlyAndOnlyWhatIsThere) {
     EXPECT_FALSE(fs::exists("none"));
 }
 
-TEST_F(Backup, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
-    if (lchown((m_dir / "log").c_str(), 7, 7) != 0) {
-        GTEST_SKIP() << "only root gives files away";
-    }
+TEST_F(BackupByRoot, ACopyIsReadableByNobodyWhoCannotReadItsSource) {
     const struct {
         const char* name;
         mode_t source;
@@ -256,10 +259,7 @@ TEST_F(Backup, AnAccessListLeavesOnlyTheOwner) {
     }
 }
 
-TEST_F(Backup, ALogIsNarrowedToThoseWhoMayReadTheConfiguration) {
-    if (lchown((m_dir / "log").c_str(), 7, 7) != 0) {
-        GTEST_SKIP() << "only root gives files away";
-    }
+TEST_F(BackupByRoot, ALogIsNarrowedToThoseWhoMayReadTheConfiguration) {
     for (const auto& [configuration, narrowed] : {std::pair(FileAccess{7, 8, 0640}, "640 7 8"),
                                                   {FileAccess{7, 9, 0640}, "600 7 8"},
                                                   {FileAccess{9, 8, 0644}, "644 0 8"}}) {
@@ -277,10 +277,7 @@ TEST_F(Backup, ALogIsNarrowedToThoseWhoMayReadTheConfiguration) {
     }
 }
 
-TEST_F(Backup, ACopyFollowsOwnLinksOnlyAndNoPipe) {
-    if (lchown((m_dir / "log").c_str(), 7, 7) != 0) {
-        GTEST_SKIP() << "only root gives files away";
-    }
+TEST_F(BackupByRoot, ACopyFollowsOwnLinksOnlyAndNoPipe) {
     const auto copy = [] { return Thrown([] { backupFile("live/", "first", "copies/", "", false); }); };
     const char* const refused = "BSTR-E-4145: copies/first";
     WriteFile("elsewhere/target", "target");
