@@ -1,5 +1,4 @@
 #include "Mis/VError.h"
-#include "Mis/VString.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Run.h"
 #include "tests/support/TempDir.h"
@@ -29,23 +28,6 @@ void operator delete(void* block, std::size_t) noexcept {
 }
 
 namespace {
-
-TEST(Leaks, ATextGivesBackEachBlockThatItLeaves) {
-    const long before = liveBlocks;
-    {
-        VString text("a"), shared(text);
-        text += "longer";
-        text = "longer than before";
-        text.GetBuffer(100)[0] = 'x';
-        text.FreeExtra();
-        shared += text + text.Mid(1);
-        shared.TrimLeft();
-        shared = text;
-        shared.SetAt(0, 'y');
-        text.Empty();
-    }
-    EXPECT_EQ(liveBlocks, before);
-}
 
 TEST(Leaks, AGuardFreesTheErrorThatItReplaces) {
     struct OtherError : VError {
