@@ -4,7 +4,10 @@
 #include "tests/support/TempDir.h"
 
 #include <cstdlib>
+#include <ctime>
+#include <iomanip>
 #include <memory>
+#include <sstream>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -56,6 +59,17 @@ TEST(Message, TimesAreWrittenWhenTheyExist) {
             EXPECT_EQ(MessageTime(none, 0).ToString(), "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?");
         }
     }
+}
+
+TEST(Message, TimesAreThoseOfTheClock) {
+    const auto clock = [] {
+        const std::time_t now = std::time(nullptr);
+        std::ostringstream text;
+        text << std::put_time(std::gmtime(&now), "%FT%T");
+        return text.str();
+    };
+    const std::string before = clock(), now = MessageTime::GetUTCNow().ToString().substr(0, before.size());
+    EXPECT_THAT(now, testing::AllOf(testing::Ge(before), testing::Le(clock())));
 }
 
 TEST(Message, TextHoldsTheCharactersOfXml) {
@@ -264,6 +278,7 @@ TEST_F(LogTest, ChoosesAmongTheNumberedFiles) {
         {{none, none, none, none}, 0, false},             {{{full, 90}, {limit, 50}, {full, 70}, none}, 1, false},
         {{{full, 50}, {9, 50}, none, none}, 2, false},    {{none, {full, 50}, none, {9, 90}}, 2, false},
         {{none, {9, 90}, {9, 80}, {full, 50}}, 0, false}, {{{full, 70}, {9, 90}, {full, 90}, {full, 50}}, 1, true},
+        {{{9, 90}, {full, 50}, {9, 70}, {9, 80}}, 0, true},
     };
     // clang-format on
     for (const auto& [files, chosen, recycled] : cases) {

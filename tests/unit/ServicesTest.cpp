@@ -3,6 +3,7 @@
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/OutputFile.h"
 #include "Mis/Unix/Room.h"
 #include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
@@ -148,6 +149,19 @@ TEST_F(Services, AWholeFileIsWrittenOverTheOldBytesAndHoles) {
     const mode_t umasked = umask(0);
     EXPECT_EQ(fs::status(m_dir / "made").permissions(), static_cast<fs::perms>(0666U & ~umasked));
     umask(umasked);
+}
+
+TEST_F(Services, OutputFollowsAsManyLinksAsTheSystemDoes) {
+    WriteFile(m_file, "");
+    std::string target = "file";
+    for (int link = 1; link <= 41; ++link) {
+        fs::create_symlink(target, m_dir / std::to_string(link));
+        target = std::to_string(link);
+    }
+    for (const auto& [name, opens] : {std::pair("40", true), {"41", false}}) {
+        EXPECT_EQ(sys_openOutput(m_dir / name, O_WRONLY, 0600).file.IsOpen(), opens) << name;
+        EXPECT_EQ(Exists(name), opens) << name;
+    }
 }
 
 TEST_F(Services, RoomIsReservedInHoles) {

@@ -330,6 +330,9 @@ TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
         EXPECT_EQ(data.GetErrorLine(), line) << text;
         EXPECT_EQ(data.GetVersion(), version) << text;
         EXPECT_EQ(data.GetType(), version == 672 ? 4 : 1);
+        text = "Type = 1";
+        EXPECT_TRUE(data.Deserialize(text, false));
+        EXPECT_EQ(data.GetErrorLine(), 0) << "of the text before";
     }
 }
 
