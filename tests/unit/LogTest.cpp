@@ -332,7 +332,10 @@ TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
     EXPECT_EQ(flushExpiredLines(&block), 0U);
     std::fclose(block.fp);
     Open();
-    for (std::size_t records = 2; records < 99; ++records) {
+    std::fputs("?by another\n", logfp);
+    batutil_FlushLog();
+    EXPECT_EQ(Lines().size(), 2U);
+    for (std::size_t records = 3; records < 99; ++records) {
         Message::LogMsg(1, "UTIL", SeverityError);
         EXPECT_EQ(Lines().size(), records) << "a run log is written record by record";
     }

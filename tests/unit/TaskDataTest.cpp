@@ -170,6 +170,7 @@ TEST(TaskData, TakesTypedValues) {
           Row("number", data.SetNumeric(keyPriority, 42, true), keyPriority, "42"),
           Row("sign", data.SetNumeric(keyPriority, -1, true), 0, ""),
           Row("name", data.SetEnum(keyOperatorMode, 1, true), keyOperatorMode, "Remote"),
+          Row("first name", data.SetEnum(keyLogFormat, 0, true), keyLogFormat, "Brief"),
           Row("past names", data.SetEnum(keyOperatorMode, 2, true), 0, ""),
           Row("before names", data.SetEnum(keyOperatorMode, -1, true), 0, ""),
           Row("mask", data.SetMask(keyLogDetail, 0b1011, true), keyLogDetail, "None,Files,Summary"),
