@@ -47,17 +47,12 @@ protected:
     Texts Log() { return Records(ReadFile(agent + "/install.xlog")); }
     /// How many files and directories there are below the scratch directory.
     long Entries() { return std::distance(fs::recursive_directory_iterator(dir / ""), {}); }
-    /// The name of this node's directory in a backup directory.
-    static std::string Node() {
-        const std::string name = ReadFile("/proc/sys/kernel/hostname");
-        return name.substr(0, name.find_first_of(".\n"));
-    }
 
     const TempDir dir;
-    const std::string agent = dir / "of/" + Node();
+    const std::string agent = dir / "of/" + NodeName();
     const std::string backup = dir / "backup";
     const std::string config = agent + "/Global.qxc";
-    const std::string copyDir = backup + "/" + Node() + "/";
+    const std::string copyDir = backup + "/" + NodeName() + "/";
 };
 
 TEST_F(Run, RegistersAndUnregisters) {
@@ -140,7 +135,7 @@ TEST_F(Run, ChangesNothingThatItCannotCopyOrRead) {
     fs::create_directories(copyDir + "Global.qxc");
     Fail(backup, {"BSTR 4145 E [" + copyDir + "Global.qxc]"});
     Fail(dir / "of/", {"BSTR 4145 E [" + config + "]"}); // the copy would be the file itself
-    const std::string inside = config + "/" + Node() + "/";
+    const std::string inside = config + "/" + NodeName() + "/";
     Fail(config, {"DISK 4341 E [" + inside + "]", "UTIL 4341 E [" + inside + "]"});
     EXPECT_EQ(ReadFile(config), original);
     fs::remove_all(backup);
@@ -156,7 +151,7 @@ TEST_F(Run, DeletesAFileUnderTheBackupNameButNothingElse) {
     for (const char* name : {"backup", "other", "o*r", "other/*", "?????"}) {
         WriteFile(config, original);
         Tool({"-r", "ORACLE", agent, dir / name, "install.xlog"});
-        EXPECT_EQ(ReadFile(dir / name + "/" + Node() + "/Global.qxc"), original);
+        EXPECT_EQ(ReadFile(dir / name + "/" + NodeName() + "/Global.qxc"), original);
         EXPECT_EQ(ReadFile(dir / "other/earlier"), "kept");
     }
 }
@@ -173,13 +168,13 @@ TEST_F(Run, WorksWithoutALog) {
     Tool({"-r", "ORACLE", agent, backup, "pipe"});
     fs::remove(config);
     fs::create_symlink("Global.qxc", agent + "/link");
-    for (const std::string& log : Texts{"Global.qxc", "./Global.qxc", "../" + Node() + "/Global.qxc", "link"}) {
+    for (const std::string& log : Texts{"Global.qxc", "./Global.qxc", "../" + NodeName() + "/Global.qxc", "link"}) {
         Tool({"-r", "ORACLE", agent, backup, log});
         EXPECT_FALSE(fs::exists(config)) << log;
     }
     // If the log were written over the copy, restoring would write the log over the configuration.
     WriteFile(config, original);
-    Tool({"-r", "ORACLE", agent, backup, "../../backup/" + Node() + "/Global.qxc"}, 1);
+    Tool({"-r", "ORACLE", agent, backup, "../../backup/" + NodeName() + "/Global.qxc"}, 1);
     EXPECT_EQ(ReadFile(config), original);
     EXPECT_EQ(Records(ReadFile(copyDir + "Global.qxc")).at(1), "UTIL 7947 E [upgrade() ]");
 }

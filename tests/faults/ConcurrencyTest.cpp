@@ -1,12 +1,10 @@
-// Runs that go side by side, and signals at moments of their own.
+// Runs that go side by side.
 
 #include "tests/faults/Installation.h"
 #include "tests/support/Records.h"
 
 #include <algorithm>
-#include <csignal>
 #include <map>
-#include <random>
 #include <regex>
 #include <sstream>
 
@@ -31,8 +29,8 @@ protected:
         return lines;
     }
 
-    pid_t Register(const std::string& plugin) const {
-        return Start({"-r", plugin, Agent(m_case), Backups(m_case), plugin + ".xlog"});
+    std::function<int()> Register(const std::string& plugin) const {
+        return Tool({"-r", plugin, Agent(m_case), Backups(m_case), plugin + ".xlog"}, nullptr);
     }
 
     const Case m_case = {"Empty", "-r", "", "BuildVersion = 6.50\r\nQXCVersion = 650\r\nType = 1\r\n", "", ""};
@@ -42,17 +40,17 @@ TEST_F(ConcurrencyTest, KeepsEveryEdit) {
     const Texts plugins = {"ORACLE", "ORACLE_RMAN", "OTM", "SS", "CLUSTER", "VMWARE", "VAULT", "SHAREPOINT"};
     Lay(m_case);
     for (const std::string& plugin : plugins) {
-        EXPECT_EQ(Wait(Register(plugin)).status, 0);
+        EXPECT_EQ(Child(Register(plugin)).Wait().status, 0);
     }
     const Texts expected = SortedLines(ReadFile(m_live));
-    for (long round = Setting("FAULT_ROUNDS", 5); round > 0; --round) {
+    for (int round = 0; round < 5; ++round) {
         Lay(m_case);
-        std::map<std::string, pid_t> runs;
+        std::map<std::string, Child> runs;
         for (const std::string& plugin : plugins) {
-            runs[plugin] = Register(plugin);
+            runs.try_emplace(plugin, Register(plugin));
         }
-        for (const auto& [plugin, run] : runs) {
-            EXPECT_EQ(Wait(run).status, 0);
+        for (auto& [plugin, run] : runs) {
+            EXPECT_EQ(run.Wait().status, 0);
             const Texts log = Records(ReadFile(m_dir / "agent/" + plugin + ".xlog"));
             EXPECT_EQ(log, Texts({"AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]", "UTIL 7953 I [Global.qxc]",
                                   "UTIL 7960 I"}));
@@ -65,30 +63,13 @@ TEST_F(ConcurrencyTest, GivesUpAfterAMinute) {
     Lay(registration);
     const int directory = open((m_dir / "agent").c_str(), O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(directory, LOCK_EX), 0);
-    const Outcome outcome = Run(registration, Plan());
+    const Outcome outcome = Run(registration);
     close(directory);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "ERROR: another run holds the installation directory - " + m_dir / "agent/\n");
     EXPECT_EQ(m_plan->slept, 60000);
     EXPECT_EQ(Live(registration), "old");
     EXPECT_EQ(std::distance(std::filesystem::recursive_directory_iterator(m_dir / ""), {}), 2);
-}
-
-// The text is of many pages, so that a signal can come in the midst of writing it. A kill may then spoil the file, but
-// not the copy.
-TEST_F(ConcurrencyTest, SignalsAtAnyMomentLoseNothing) {
-    const std::string text = WithLongLine(original, 100000);
-    const Case run = WithEdit({"Long", "-r", "ORACLE", text, "", text + "#"});
-    std::mt19937 random(1);
-    for (const int signal : {SIGKILL, SIGTERM}) {
-        for (long i = Setting("FAULT_SIGNALS", 60); i > 0; --i) {
-            Lay(run);
-            const pid_t process = Start(run);
-            usleep(static_cast<useconds_t>(random() % 2500));
-            kill(process, signal);
-            Check(run, Wait(process), false, signal == SIGKILL);
-        }
-    }
 }
 
 } // namespace

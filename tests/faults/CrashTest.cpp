@@ -1,7 +1,7 @@
-// Kills, and lost power without cutting any. A run is killed before each of its calls, which shows the files as every
-// reader would find them at that moment. What lost power may leave of that is less: of each file what was synchronised
-// last or anything that came later, whole or in part; of each directory the entries that were synchronised, and any of
-// the others. All that may be left is tried.
+// Kills, and loss of power, which is only modelled. A run is killed before each of its calls, which shows the files as
+// every reader would find them at that moment. What lost power may leave of that is less: of each file what was
+// synchronised last or anything that came later, whole or in part; of each directory the entries that were
+// synchronised, and any of the others. All that may be left is tried.
 
 #include "tests/faults/Installation.h"
 
@@ -20,7 +20,7 @@ struct Moment {
     std::map<std::string, std::string> files; ///< name and content, of directories too
     bool saved;                               ///< as the log says
     bool putBack;
-    std::string synchronised; ///< by the call
+    std::string synchronised; ///< the file that the call synchronises
 
     const std::string* Content(const std::string& path) const {
         const auto file = files.find(path);
@@ -50,7 +50,7 @@ protected:
             Check(m_case, Run(m_case, plan));
             const Step& call = m_plan->steps[m_plan->stepCount - 1];
             m_moments.push_back({{}, Claims(7953) || Claims(7960), Claims(7945), ""});
-            m_moments.back().synchronised = call.IsOn("fsync") ? call.path : "";
+            m_moments.back().synchronised = call.call == "fsync" ? call.path : "";
             for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {
                 m_moments.back().files[entry.path()] = entry.is_regular_file() ? ReadFile(entry.path()) : "";
             }
@@ -58,7 +58,7 @@ protected:
         // After the last kill a run on the intact file does as if nothing had been.
         WriteFile(m_live, m_case.live);
         const bool mustFail = m_case.edited.empty() || *m_case.failing != '\0';
-        EXPECT_EQ(Check(m_case, Run(m_case, Plan())), mustFail ? "old" : "new");
+        EXPECT_EQ(Check(m_case, Run(m_case)), mustFail ? "old" : "new");
         EXPECT_EQ(Copy(m_case), "old");
     }
 
@@ -138,7 +138,7 @@ TEST_P(CrashTest, LosesNothing) {
     long states = 0;
     EXPECT_EQ(Walk(states), "");
     std::cout << m_moments.size() << " moments, " << states << " states\n";
-    // A walk that misses none of these calls would see nothing.
+    // Every synchronisation is needed: a walk without it finds a bad state.
     const bool writes = !m_case.edited.empty();
     long needed = 0;
     for (std::size_t i = 0; writes && i + 1 < m_moments.size(); ++i) {

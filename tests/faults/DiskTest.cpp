@@ -1,4 +1,4 @@
-// Disks that are really full, alone or with a neighbour that takes every page that is given back; limits of file sizes.
+// Disks that are really full, alone or with a neighbour that takes all room; limits of file sizes.
 
 #include "Mis/Unix/WholeFile.h"
 #include "tests/faults/Installation.h"
@@ -34,7 +34,7 @@ protected:
     bool IsDone(const Case& run, const Outcome& outcome, bool untouched = false) {
         const bool needsReason = outcome.status == 1 && !run.edited.empty() && Claims(7962);
         EXPECT_TRUE(!needsReason || Claims(4152)) << ReadFile(m_log);
-        const bool wrote = Did([](const Step& step) { return step.IsOn("write") && step.IsLive(); });
+        const bool wrote = Did([](const Step& step) { return step.call == "write" && step.IsLive(); });
         EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << CallsAndLog();
         return Check(run, outcome, untouched) == "new";
     }
@@ -71,7 +71,7 @@ TEST_F(FullDiskTest, FreePages) {
     EXPECT_FALSE(std::filesystem::exists(m_dir / "agent/made")) << "made for nothing";
 }
 
-// Before each call of a run and those that follow it, the neighbour takes what room there is.
+// From each call on, the neighbour takes all room before every call.
 TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
     const auto takeAll = [&] {
         const std::string page(pageSize, '\n');

@@ -7,27 +7,16 @@
 
 #include <algorithm>
 #include <csignal>
-#include <iostream>
 #include <new>
 #include <regex>
 
-#include <fcntl.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-
-std::string NodeName() {
-    utsname host = {};
-    uname(&host);
-    const std::string name = host.nodename;
-    return name.substr(0, name.find('.'));
-}
 
 /// True when what this process mounts is seen by nobody else and goes with it, however it ends.
 bool HasOwnMounts() {
@@ -56,11 +45,6 @@ extern "C" const char* __asan_default_options() {
     return "exitcode=99";
 }
 
-long Setting(const char* name, long usual) {
-    const char* const text = std::getenv(name);
-    return text == nullptr ? usual : std::atol(text);
-}
-
 Installation::Installation()
     : m_mounted(HasOwnMounts() && mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
       m_copy(m_dir / "backups/t/" + NodeName() + "/Global.qxc"), m_plan(SharedPlan()) {
@@ -74,69 +58,42 @@ Installation::~Installation() {
     if (m_mounted) {
         umount((m_dir / "").c_str());
     }
-    for (const auto& [kind, count] : m_tally) {
-        std::cout << count << " x " << kind << "\n";
-    }
 }
 
 void Installation::Lay(const Case& run) const {
     std::filesystem::remove_all(m_dir / "agent");
     std::filesystem::remove_all(m_dir / "backups");
     WriteFile(m_live, run.live);
-    if (run.place == Case::Place::fifo) {
+    if (run.place == Case::Place::fifo || run.place == Case::Place::itself) {
         std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
-        mkfifo(m_copy.c_str(), 0600);
-        mkfifo(m_namelessCopy.c_str(), 0600);
+        for (const std::string& copy : {m_copy, m_namelessCopy}) {
+            run.place == Case::Place::fifo ? static_cast<void>(mkfifo(copy.c_str(), 0600))
+                                           : std::filesystem::create_symlink(m_live, copy);
+        }
     } else if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
     }
-    if (run.place == Case::Place::itself) {
-        std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
-        std::filesystem::create_symlink(m_live, m_copy);
-        std::filesystem::create_symlink(m_live, m_namelessCopy);
-    } else if (run.place == Case::Place::link) {
+    if (run.place == Case::Place::link) {
         std::filesystem::rename(m_copy, m_copy + ".linked");
         std::filesystem::create_symlink("Global.qxc.linked", m_copy);
     }
 }
 
-pid_t Installation::Start(std::vector<std::string> arguments, Plan* plan) const {
+std::function<int()> Installation::Tool(std::vector<std::string> arguments, Plan* plan) {
     arguments.insert(arguments.begin(), "PlugSetter");
-    std::vector<char*> words(arguments.size());
-    std::transform(arguments.begin(), arguments.end(), words.begin(), [](std::string& word) { return word.data(); });
-    std::fflush(stdout);
-    const pid_t process = fork();
-    if (process == 0) {
-        // Whoever runs the tests in the background has some of them ignored.
-        for (const int number : {SIGHUP, SIGINT, SIGQUIT}) {
-            std::signal(number, SIG_DFL);
-        }
-        dup2(creat(m_output.c_str(), 0600), STDOUT_FILENO);
-        dup2(STDOUT_FILENO, STDERR_FILENO);
-        alarm(60);
+    return [words = std::move(arguments), plan]() mutable {
+        std::vector<char*> pointers = Pointers(words);
         runPlan = plan;
-        const int status = runPlugSetter(static_cast<int>(words.size()), words.data());
+        const int status = runPlugSetter(static_cast<int>(words.size()), pointers.data());
         runPlan = nullptr;
-        std::exit(status);
-    }
-    return process;
-}
-
-pid_t Installation::Start(const Case& run, Plan* plan) const {
-    return Start({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, plan);
-}
-
-Outcome Installation::Wait(pid_t process) const {
-    int status = 0;
-    EXPECT_EQ(waitpid(process, &status, 0), process);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
-            ReadFile(m_output), ""};
+        return status;
+    };
 }
 
 Outcome Installation::Run(const Case& run, const Plan& plan) const {
     *m_plan = plan;
     m_plan->failing = run.failing;
-    return Wait(Start(run, m_plan));
+    return Child(Tool({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, m_plan)).Wait();
 }
 
 Case Installation::WithEdit(Case run) const {
@@ -192,10 +149,9 @@ std::string Installation::Check(const Case& run, const Outcome& outcome, bool un
     const bool killed = outcome.signal != 0;
     const std::string kind = (killed ? "signal " : "exit ") + std::to_string(killed ? outcome.signal : outcome.status) +
                              ", " + live + (Claims(7945) ? ", put back" : "") + (Claims(7943) ? ", not put back" : "");
-    ++m_tally[run.name + (": " + kind)];
     const std::string broken =
         BrokenPromises(run, outcome, untouched) + (live == "other" && !maySpoil ? "; the file is spoilt" : "");
-    EXPECT_EQ(broken, "") << kind << "\n" << outcome.output << CallsAndLog();
+    EXPECT_EQ(broken, "") << kind << "\n" << outcome.output << outcome.errors << CallsAndLog();
     return live;
 }
 
@@ -206,7 +162,8 @@ bool Installation::Did(const std::function<bool(const Step&)>& what) const {
 std::string Installation::CallsAndLog() const {
     std::string text;
     for (const Step& step : std::vector(m_plan->steps, m_plan->steps + m_plan->stepCount)) {
-        text += std::to_string(step.number) + (step.hit ? " HIT " : " ") + step.call + " " + step.path + "\n";
+        text +=
+            std::to_string(step.number) + (step.hit ? " HIT " : " ") + std::string(step.call) + " " + step.path + "\n";
     }
     return text + ReadFile(m_log);
 }

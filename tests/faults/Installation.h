@@ -2,11 +2,9 @@
 
 #include "tests/faults/Interposer.h"
 #include "tests/support/Process.h"
-#include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <ostream>
 
 /// What a run starts from.
@@ -53,9 +51,6 @@ inline std::string WithLongLine(std::string text, std::size_t length) {
     return text.insert(text.find(key) + key.size(), length, 'x');
 }
 
-/// A number from the environment.
-long Setting(const char* name, long usual);
-
 /// A scratch installation, its backup directory, its run log, and the plan of its runs.
 class Installation : public testing::Test {
 protected:
@@ -65,19 +60,16 @@ protected:
     void Lay(const Case& run) const;
     std::string Agent(const Case& run) const { return (run.relative ? "" : m_dir / "") + "agent"; }
     std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/t"; }
-    /// Starts the tool in a process of its own, under the plan that `plan` points to. Returns: the process.
-    pid_t Start(std::vector<std::string> arguments, Plan* plan = nullptr) const;
-    pid_t Start(const Case& run, Plan* plan = nullptr) const;
-    Outcome Wait(pid_t process) const;
-    Outcome Run(const Case& run) const { return Wait(Start(run)); }
-    Outcome Run(const Case& run, const Plan& plan) const;
+    /// Returns: what a process does to run the tool, under a plan that it shares with this one.
+    static std::function<int()> Tool(std::vector<std::string> arguments, Plan* plan);
+    Outcome Run(const Case& run, const Plan& plan = {}) const;
     /// Sets the new bytes to those of a run without a fault.
     Case WithEdit(Case run) const;
 
     /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, or "other".
     static std::string Known(const Case& run, const std::string& text);
     std::string Live(const Case& run) const { return Known(run, ReadFile(m_live)); }
-    /// The copy of a machine that does not tell its name lies elsewhere.
+    /// What the copy holds, or "none". Without a host name it lies one directory up.
     std::string Copy(const Case& run) const;
     /// True when the log holds the record.
     bool Claims(int number) const;
@@ -87,24 +79,21 @@ protected:
     /// Expects no broken promise, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file
     /// holds.
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
-    /// True when a call of the last run under a plan was such a one.
+    /// True when `what` holds for a call of the last run.
     bool Did(const std::function<bool(const Step&)>& what) const;
     /// The calls of that run, and the log.
     std::string CallsAndLog() const;
 
     const TempDir m_dir;
-    const bool m_mounted; ///< a file system in memory below the installation; not permitted everywhere
+    const bool m_mounted; ///< m_dir is a file system of its own, in memory; not permitted everywhere
     const std::string m_live = m_dir / "agent/Global.qxc";
     const std::string m_log = m_dir / "agent/run.xlog";
     const std::string m_namelessCopy = m_dir / "backups/t/Global.qxc";
     const std::string m_copy;
 
 private:
-    std::map<std::string, int> m_tally;
-    const TempDir m_outside;
-    const std::string m_output = m_outside / "output";
     const std::filesystem::path m_before = std::filesystem::current_path();
 
 protected:
-    Plan* const m_plan; ///< of the last run under one
+    Plan* const m_plan; ///< of the last run
 };

@@ -127,19 +127,11 @@ ssize_t WriteSome(int descriptor, const void* buffer, std::size_t size) {
     return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? size / 2 : size);
 }
 
-int Reserve(int descriptor, int mode, off64_t offset, off64_t length) {
-    const bool hit = Hit(callRoom, "fallocate", descriptor);
-    const int error = errno;
-    const int result = hit && !Halved() ? -1 : NEXT(fallocate64)(descriptor, mode, offset, hit ? length / 2 : length);
-    errno = hit ? error : errno;
-    return hit ? -1 : result;
-}
-
 ssize_t Read(void* cookie, char* buffer, std::size_t size) {
     return ReadSome(static_cast<File*>(cookie)->Descriptor(), buffer, size);
 }
 
-/// What is less than `size` sets the stream's error flag, as a failing write does.
+/// Returns: 0, not -1, on failure: a short count sets the stream's error flag.
 ssize_t Write(void* cookie, const char* buffer, std::size_t size) {
     return std::max<ssize_t>(0, WriteSome(static_cast<File*>(cookie)->Descriptor(), buffer, size));
 }
@@ -207,7 +199,11 @@ ssize_t write(int descriptor, const void* buffer, std::size_t size) {
 }
 
 int fallocate64(int descriptor, int mode, off64_t offset, off64_t length) {
-    return Reserve(descriptor, mode, offset, length);
+    const bool hit = Hit(callRoom, "fallocate", descriptor);
+    const int error = errno;
+    const int result = hit && !Halved() ? -1 : NEXT(fallocate64)(descriptor, mode, offset, hit ? length / 2 : length);
+    errno = hit ? error : errno;
+    return hit ? -1 : result;
 }
 
 int fsync(int descriptor) {
@@ -229,8 +225,8 @@ void* malloc(std::size_t size) noexcept {
 }
 #endif
 
-/// A function of another name that takes the place of the one of this name, whose declaration may differ in what the
-/// callers do not see: further parameters, exceptions.
+/// Defines the symbol `function` under another C++ name, since its declaration in the header may differ in what callers
+/// do not see: further parameters, exceptions.
 #define COUNTED(call, result, function, parameters, subject, ...)                                                      \
     result Own_##function parameters __asm__(#function);                                                               \
     result Own_##function parameters {                                                                                 \

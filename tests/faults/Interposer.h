@@ -5,11 +5,11 @@
 /// library: during a run under a plan it counts the calls of the sets in `calls`; those numbered `first` to `last`
 /// suffer the `effect`.
 ///
-/// A call is one to a function of the table at the end of Interposer.cpp. What the C library calls inside itself cannot
-/// be replaced by name: every stream of a planned run is therefore one whose reads, writes, seeks and closing are
-/// functions of Interposer.cpp. All buffering and all error flags stay the C library's own; a flush fails by its
-/// writes. Two calls are counted and not made: fsync, since only lost power shows what it does, and nanosleep, so that
-/// a minute passes at once.
+/// A call is one to a function that Interposer.cpp defines for the linker, below `extern "C"`. What the C library calls
+/// inside itself cannot be replaced by name: every stream of a planned run is therefore one whose reads, writes, seeks
+/// and closing are functions of Interposer.cpp. All buffering and all error flags stay the C library's own; a flush
+/// fails by its writes. Two calls are counted and not made: fsync, since only lost power shows what it does, and
+/// nanosleep, so that a minute passes at once.
 ///
 /// A test that fails prints the calls of the run with their numbers, and its log. So does one fault that is run by
 /// hand:
@@ -42,7 +42,7 @@ struct Step {
     long number; ///< among the calls of the sets, 0 for none of them
     bool hit;
     bool writes; ///< of an opening: for writing
-    const char* call;
+    std::string_view call;
     char path[256]; ///< as the tool gave it; of a descriptor: the full name of its file
 
     /// True for the configuration, false for its copy.
@@ -50,7 +50,6 @@ struct Step {
         const std::string_view name = path;
         return name.ends_with("agent/Global.qxc") && name.find("backups/t/") == name.npos;
     }
-    bool IsOn(std::string_view function) const { return function == call; }
 };
 
 struct Plan {
@@ -59,7 +58,7 @@ struct Plan {
     long last = 0;
     Effect effect = Effect::fail;
     int error = 0;                        ///< the errno, or the number of the signal
-    std::function<void()> neighbour = {}; ///< what it does
+    std::function<void()> neighbour = {}; ///< for Effect::act
     std::string_view failing = {};        ///< the first call of this name on the configuration fails besides
     long injected = 0;                    ///< calls that were hit
     long slept = 0;                       ///< in milliseconds
@@ -68,5 +67,5 @@ struct Plan {
     Step steps[256] = {};
 };
 
-/// The plan of the run under way in this process, null outside of one.
+/// The plan of the run under way in this process, null when there is none.
 extern Plan* runPlan;

@@ -1,49 +1,79 @@
 #include "tests/support/Process.h"
 
-#include "tests/support/TempDir.h"
-
+#include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-[[noreturn]] void Exec(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
+/// What started the tests may have ignored or held signals, or set a mode that nobody expects.
+void SetUsualProcess() {
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGXFSZ}) {
+        std::signal(number, SIG_DFL);
     }
-    arguments.push_back(nullptr);
-    // A leak must not pass for a run that failed.
-    putenv(const_cast<char*>("ASAN_OPTIONS=exitcode=99"));
-    for (const std::string& setting : environment) {
-        putenv(const_cast<char*>(setting.c_str()));
-    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    umask(022);
     alarm(60);
-    execv(arguments[0], arguments.data());
-    _exit(127);
 }
 
 } // namespace
 
-Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-    const TempDir scratch;
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(creat((scratch / "output").c_str(), 0600), STDOUT_FILENO);
-        dup2(creat((scratch / "errors").c_str(), 0600), STDERR_FILENO);
-        Exec(command, environment);
+Child::Child(const std::function<int()>& program) : m_process((std::fflush(stdout), fork())) {
+    if (m_process < 0) {
+        throw std::runtime_error("no process");
     }
+    if (m_process == 0) {
+        SetUsualProcess();
+        dup2(creat((m_scratch / "output").c_str(), 0600), STDOUT_FILENO);
+        dup2(creat((m_scratch / "errors").c_str(), 0600), STDERR_FILENO);
+        // An exception must not get into the test that started this.
+        std::exit([&]() noexcept { return program(); }());
+    }
+}
+
+Outcome Child::Wait() {
     int status = 0;
-    waitpid(child, &status, 0);
+    if (waitpid(m_process, &status, 0) != m_process) {
+        throw std::runtime_error("lost the process");
+    }
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
-            ReadFile(scratch / "output"), ReadFile(scratch / "errors")};
+            ReadFile(m_scratch / "output"), ReadFile(m_scratch / "errors")};
+}
+
+Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+    return Child([words = command, &environment]() mutable {
+               // A leak must not pass for a run that failed.
+               putenv(const_cast<char*>("ASAN_OPTIONS=exitcode=99"));
+               for (const std::string& setting : environment) {
+                   putenv(const_cast<char*>(setting.c_str()));
+               }
+               execv(words[0].c_str(), Pointers(words).data());
+               return 127;
+           })
+        .Wait();
 }
 
 Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment) {
     arguments.insert(arguments.begin(), TOOL);
     return RunProgram(arguments, environment);
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& words) {
+    std::vector<char*> pointers(words.size() + 1);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        pointers[i] = words[i].data();
+    }
+    return pointers;
+}
+
+std::string NodeName() {
+    const std::string name = ReadFile("/proc/sys/kernel/hostname");
+    return name.substr(0, name.find_first_of(".\n"));
 }

@@ -1,7 +1,12 @@
 #pragma once
 
+#include "tests/support/TempDir.h"
+
+#include <functional>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 /// How a program ended and what it wrote to standard output and standard error.
 struct Outcome {
@@ -11,9 +16,26 @@ struct Outcome {
     std::string errors;
 };
 
-/// Runs a program to its end. `environment` holds further "NAME=value" texts. A run of over a minute is ended by
-/// SIGALRM.
+/// A process of its own that runs `program` and ends with what that returns. After a minute SIGALRM ends it.
+class Child {
+public:
+    explicit Child(const std::function<int()>& program);
+    /// Waits for its end.
+    Outcome Wait();
+
+private:
+    const TempDir m_scratch;
+    const pid_t m_process;
+};
+
+/// Runs a program to its end. `environment` holds further "NAME=value" texts.
 Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
 
 /// Runs the tool with these arguments.
 Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment = {});
+
+/// The words as main() takes them. They must outlive the result.
+std::vector<char*> Pointers(std::vector<std::string>& words);
+
+/// The name of this machine up to the first ".".
+std::string NodeName();

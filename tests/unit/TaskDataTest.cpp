@@ -1,6 +1,7 @@
 #include "Mis/TaskData.h"
 
 #include "Mis/Log.h"
+#include "Mis/TaskKeys.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
@@ -16,7 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int keyPlugins = 14;
 constexpr int keyTimeZone = 102;
 constexpr int keyDiagnostics = 103;
 constexpr int keyPassword = 104;
@@ -28,8 +28,6 @@ constexpr int keyLogDetail = 402;
 constexpr int keyLogFormat = 403;
 constexpr int keyInclude = 1003;
 constexpr int keyOracleType = 1202;
-constexpr int keyPluginHeader = 13100;
-constexpr int keyPluginCode = 13110;
 constexpr int keyBiosType = 20400;
 constexpr int keySoftwareOs = 23100;
 constexpr int keyStockPart = 81000;
