@@ -77,6 +77,9 @@ TEST(KeyTable, HoldsTheRows) {
     EXPECT_EQ(name, "kept");
     EXPECT_EQ(VTaskData::GetKeyName(13113, name, 671, 1), 1);
     EXPECT_EQ(name, "Plugin3.Code");
+    int key = 7;
+    EXPECT_EQ(VTaskData::GetKeyID("Plugin3.", &key, 671, 1), 0);
+    EXPECT_EQ(key, 7);
 }
 
 /// The first row that fits, null for none.

@@ -1,4 +1,5 @@
 #include "Mis/Log.h"
+#include "Mis/Dat.h"
 #include "Mis/VError.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
@@ -48,6 +49,7 @@ TEST(Message, HeadersHoldWhatIsSet) {
 
 TEST(Message, TimesAreWrittenWhenTheyExist) {
     EXPECT_EQ(MessageTime().ToString(), "00-000-0000 00:00:00 +0000");
+    EXPECT_EQ(dat_longForm(nullptr, 0), MessageTime().ToString());
     const std::tm leapSecond = {60, 59, 23, 31, 11, 8099, 0, 0, 0, 0, nullptr};
     EXPECT_THAT(MessageTime(leapSecond, 99).ToString(), testing::StartsWith("9999-12-31T23:59:60.99"));
     const std::tm first = {0, 0, 0, 1, 0, -1900, 0, 0, 0, 0, nullptr};
@@ -57,6 +59,7 @@ TEST(Message, TimesAreWrittenWhenTheyExist) {
         for (std::tm none : {leapSecond, first}) {
             none.*field += none.tm_mon == 11 ? 1 : -1;
             EXPECT_EQ(MessageTime(none, 0).ToString(), "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?");
+            EXPECT_EQ(dat_longForm(&none, 0), MessageTime(none, 0).ToString());
         }
     }
 }
@@ -155,7 +158,12 @@ TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
         EXPECT_EQ(error.GetErrVal(), static_cast<int>(value));
     }
     error.SetError(60, 0, 7U);
+    error.CopyFrom(&error);
     EXPECT_TRUE(error.IsError()) << "detail";
+    VI18NError none;
+    none.CopyFrom(&none);
+    none.LogShow();
+    EXPECT_FALSE(none.IsError());
 }
 
 TEST(ErrorDeathTest, MisuseStopsTheProcess) {
@@ -319,6 +327,9 @@ TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
         EXPECT_EQ(testing::internal::GetCapturedStdout().size(), output) << name;
         EXPECT_EQ(size() - before, inBlock) << name;
     }
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(I18N_log_show(&line, nullptr, 'I'), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout().size(), shown) << "without options";
     block.flushEveryLine = 0;
     line = "x";
     std::string flushed;
