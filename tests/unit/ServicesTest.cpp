@@ -23,6 +23,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -146,6 +147,13 @@ TEST_F(Services, AWholeFileIsWrittenOverTheOldBytesAndHoles) {
         EXPECT_EQ(sys_writeFile(path, content), result) << path;
     }
     EXPECT_EQ(ReadFile(m_dir / "made"), mebi);
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limited = {1000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limited);
+    EXPECT_EQ(sys_writeFile(m_dir / "too long", mebi), -1);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_FALSE(Exists("too long"));
     const mode_t umasked = umask(0);
     EXPECT_EQ(fs::status(m_dir / "made").permissions(), static_cast<fs::perms>(0666U & ~umasked));
     umask(umasked);
@@ -168,10 +176,11 @@ TEST_F(Services, RoomIsReservedInHoles) {
     WriteFile(m_file, "");
     fs::resize_file(m_file, 1U << 20);
     const Descriptor file(open(m_file.c_str(), O_RDWR));
+    EXPECT_EQ(fallocate(file.Number(), FALLOC_FL_KEEP_SIZE, 1L << 20, 1L << 20), 0) << "room that is no hole";
     errno = EIO;
     EXPECT_TRUE(sys_synchronise(file.Number())) << "an earlier error is none";
     EXPECT_TRUE(sys_reserve(file.Number(), FileStatus::Of(file.Number()), 1L << 20));
-    EXPECT_GE(FileStatus::Of(m_file).Allocated(), 1L << 20);
+    EXPECT_GE(FileStatus::Of(m_file).Allocated(), 2L << 20);
 }
 
 TEST_F(Services, WholeFilesAreCompared) {
