@@ -18,6 +18,12 @@ constexpr long pageSize = 4096;
 /// The copy is there already, so that all room is for saving.
 const Case growthAgain = {"GrowthAgain", "-r", "ORACLE", growth.live, growth.edited, growth.live + "#"};
 
+/// A text of which a run breaks a line.
+std::string WithLongLine(std::string text, std::size_t length) {
+    const std::string key = "Description = ";
+    return text.insert(text.find(key) + key.size(), length, 'x');
+}
+
 class DiskTest : public Installation {
 protected:
     /// Lays the files and takes all room but this.
@@ -37,6 +43,15 @@ protected:
         const bool wrote = Did([](const Step& step) { return step.call == "write" && step.IsLive(); });
         EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << CallsAndLog();
         return Check(run, outcome, untouched) == "new";
+    }
+
+    /// Sets the new bytes to those of a run without a fault.
+    Case WithEdit(Case run) const {
+        Lay(run);
+        EXPECT_EQ(Run(run).status, 0);
+        run.edited = ReadFile(m_live);
+        EXPECT_NE(run.edited, run.live);
+        return run;
     }
 
     const std::string m_filler = m_dir / "filler";

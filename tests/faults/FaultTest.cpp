@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <set>
 

@@ -96,14 +96,6 @@ Outcome Installation::Run(const Case& run, const Plan& plan) const {
     return Child(Tool({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, m_plan)).Wait();
 }
 
-Case Installation::WithEdit(Case run) const {
-    Lay(run);
-    EXPECT_EQ(Run(run).status, 0);
-    run.edited = ReadFile(m_live);
-    EXPECT_NE(run.edited, run.live);
-    return run;
-}
-
 std::string Installation::Known(const Case& run, const std::string& text) {
     if (text == run.live) {
         return "old";

@@ -45,12 +45,6 @@ inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,
 inline const Case itself =         {"Itself",     "-r", "ORACLE",      original,       "",           "",        Case::Place::itself};
 // clang-format on
 
-/// A text of which a run breaks a line.
-inline std::string WithLongLine(std::string text, std::size_t length) {
-    const std::string key = "Description = ";
-    return text.insert(text.find(key) + key.size(), length, 'x');
-}
-
 /// A scratch installation, its backup directory, its run log, and the plan of its runs.
 class Installation : public testing::Test {
 protected:
@@ -63,8 +57,6 @@ protected:
     /// Returns: what a process does to run the tool, under a plan that it shares with this one.
     static std::function<int()> Tool(std::vector<std::string> arguments, Plan* plan);
     Outcome Run(const Case& run, const Plan& plan = {}) const;
-    /// Sets the new bytes to those of a run without a fault.
-    Case WithEdit(Case run) const;
 
     /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, or "other".
     static std::string Known(const Case& run, const std::string& text);

@@ -1,6 +1,7 @@
 #include "tests/support/Process.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
