@@ -31,13 +31,20 @@ private:
     std::string m_path;
 };
 
+/// A scratch directory that is the current one of this process meanwhile.
+class CurrentTempDir : public TempDir {
+public:
+    CurrentTempDir() { std::filesystem::current_path(*this / ""); }
+    ~CurrentTempDir() { std::filesystem::current_path("/"); }
+};
+
 /// How many files this process has open.
 inline long OpenFiles() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 inline void WriteFile(const std::string& path, const std::string& text) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::filesystem::create_directories(std::filesystem::absolute(path).parent_path());
     std::ofstream(path, std::ios::binary) << text;
 }
 

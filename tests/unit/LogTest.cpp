@@ -1,6 +1,7 @@
 #include "Mis/Log.h"
 #include "Mis/Dat.h"
 #include "Mis/VError.h"
+#include "tests/support/Calls.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
@@ -18,50 +19,52 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace I18NMessage;
+using S = const std::string&;
 using testing::ElementsAre;
 
 const std::string version = "AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]";
 const std::string moment = "T=\"2010-11-13T02:31:00. 5+00:00\"";
 
+std::tm TimeOf(int year, int month, int day, int hour, int minute, int second) {
+    return {second, minute, hour, day, month - 1, year - 1900, 0, 0, 0, 0, nullptr};
+}
+
 Message At(Message message) {
-    std::tm time = {};
-    time.tm_year = 110, time.tm_mon = 10, time.tm_mday = 13, time.tm_hour = 2, time.tm_min = 31;
-    message.SetTime(MessageTime(time, 5));
+    message.SetTime(MessageTime(TimeOf(2010, 11, 13, 2, 31, 0), 5));
     return message;
 }
 
-TEST(Message, HeadersHoldWhatIsSet) {
-    const std::string common = " S=\"W\" " + moment;
-    const std::tuple<const char*, const char*, const char*, const char*, std::string> cases[] = {
-        {"", "", "", "", common},
-        {"o", "", "", "", " O=\"o\"" + common},
-        {"o", "c", "", "", " O=\"o\" C=\"c\"" + common},
-        {"", "", "u", "", common + " U=\"u\" F=\"\""},
-        {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
-        {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
-        {"<\"\t", "c", "u", "&", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"u\" F=\"&amp;\""}};
-    for (const auto& [origin, component, user, function, attributes] : cases) {
-        Message message = At(Message(7, component, SeverityWarning));
-        message.SetOrigin(origin), message.SetUserName(user), message.SetFunction(function);
-        EXPECT_EQ(message.GetString(), "<M ID=\"7\"" + attributes + "></M>\n");
-    }
+/// A record with these attributes.
+std::string Header(const char* origin, const char* component, const char* user, const char* function) {
+    Message message = At(Message(7, component, SeverityWarning));
+    message.SetOrigin(origin), message.SetUserName(user), message.SetFunction(function);
+    return message.GetString();
 }
 
-TEST(Message, TimesAreWrittenWhenTheyExist) {
-    EXPECT_EQ(MessageTime().ToString(), "00-000-0000 00:00:00 +0000");
-    EXPECT_EQ(dat_longForm(nullptr, 0), MessageTime().ToString());
-    const std::tm leapSecond = {60, 59, 23, 31, 11, 8099, 0, 0, 0, 0, nullptr};
-    EXPECT_THAT(MessageTime(leapSecond, 99).ToString(), testing::StartsWith("9999-12-31T23:59:60.99"));
-    const std::tm first = {0, 0, 0, 1, 0, -1900, 0, 0, 0, 0, nullptr};
-    EXPECT_THAT(MessageTime(first, 0).ToString(), testing::StartsWith("0000-01-01T00:00:00. 0"));
-    for (int std::tm::*field : {&std::tm::tm_sec, &std::tm::tm_min, &std::tm::tm_hour, &std::tm::tm_mday,
-                                &std::tm::tm_mon, &std::tm::tm_year}) {
-        for (std::tm none : {leapSecond, first}) {
-            none.*field += none.tm_mon == 11 ? 1 : -1;
-            EXPECT_EQ(MessageTime(none, 0).ToString(), "\?\?-\?\?\?-\?\?\?\? \?\?:\?\?:\?\? +\?\?\?\?");
-            EXPECT_EQ(dat_longForm(&none, 0), MessageTime(none, 0).ToString());
-        }
-    }
+/// A text as a parameter of a record.
+std::string Parameterised(const char* text) {
+    const std::string record = Message(1, "", SeverityInformational, text).GetString();
+    const std::size_t begin = record.find("\">", record.find("<P")) + 2;
+    return record.substr(begin, record.find("</P>") - begin);
+}
+
+TEST(Message, IsWrittenAsXml) {
+    const Calls calls = {
+        {"header", Header},
+        {"parameter", Parameterised},
+        {"time", [](int y, int mo, int d, int h, int m, int s,
+                    int fraction) { return MessageTime(TimeOf(y, mo, d, h, m, s), fraction).ToString(); }},
+        {"longForm",
+         [](int y, int mo, int d, int h, int m, int s) {
+             const std::tm time = TimeOf(y, mo, d, h, m, s);
+             return dat_longForm(&time, 7);
+         }},
+        {"noTime", [] { return MessageTime().ToString(); }},
+        {"noLongForm", [] { return dat_longForm(nullptr, 0); }},
+        {"letterOf", [](int severity) { return Message::ToSeverityChar(static_cast<MessageSeverity>(severity)); }},
+        {"severityOf", [](const char* letter) { return static_cast<int>(Message::FromSeverityChar(letter)); }},
+    };
+    MakeCalls("Message", calls);
 }
 
 TEST(Message, TimesAreThoseOfTheClock) {
@@ -75,22 +78,6 @@ TEST(Message, TimesAreThoseOfTheClock) {
     EXPECT_THAT(now, testing::AllOf(testing::Ge(before), testing::Le(clock())));
 }
 
-TEST(Message, TextHoldsTheCharactersOfXml) {
-    const auto shown = [](const char* text) {
-        const std::string record = Message(1, "", SeverityInformational, text).GetString();
-        const std::size_t begin = record.find("\">", record.find("<P")) + 2;
-        return record.substr(begin, record.find("</P>") - begin);
-    };
-    const char* const last =
-        " ~\xC2\xA0\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
-    EXPECT_EQ(shown(last), last) << "the first and the last of each length";
-    for (const char* none : {"\x1F", "\x7F", "\x80", "\xC2\x9F", "\xC1\xBF", "\xC2 ", "\xC2\xC0", "\xE0\x9F\xBF",
-                             "\xED\xA0\x80", "\xED\xBF\xBF", "\xEF\xBF\xBE", "\xEF\xBF\xBF", "\xEF\xBF",
-                             "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
-        EXPECT_THAT(shown(none), testing::MatchesRegex("\\?+ ?")) << none;
-    }
-}
-
 TEST(Message, ParametersAndCausesStandInside) {
     const std::string head = "<M ID=\"1\" S=\"I\" " + moment + "><PS>";
     Message inner =
@@ -102,18 +89,6 @@ TEST(Message, ParametersAndCausesStandInside) {
     outer.AddChild(inner);
     EXPECT_EQ(outer.GetString(), head + "<P T=\"3\">-3</P><P T=\"1\">" + xml + "</P><P T=\"3\">4000000000</P>" +
                                      "<P T=\"0\"></P></PS><MS>" + xml + "</MS></M>\n");
-}
-
-TEST(Message, SeveritiesHaveLetters) {
-    const std::string letters = "DIWEFS";
-    for (std::size_t i = 0; i < letters.size(); ++i) {
-        const auto severity = static_cast<MessageSeverity>(i);
-        EXPECT_EQ(Message::ToSeverityChar(severity), letters[i]);
-        EXPECT_EQ(Message::FromSeverityChar(&letters[i]), severity);
-    }
-    for (const char* unknown : {"x", "e", "", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(Message::FromSeverityChar(unknown), SeverityInformational);
-    }
 }
 
 /// Answers failure, and throws for a fatal record.
@@ -172,6 +147,19 @@ TEST(ErrorDeathTest, MisuseStopsTheProcess) {
     EXPECT_DEATH(flushLog(nullptr), "Mis/Log.cpp:.*pThis != nullptr");
 }
 
+/// What is counted of records with these letters.
+std::string Counted(const std::string& letters, bool counting) {
+    g_ErrStart = counting;
+    for (const char letter : letters) {
+        UpdateLogStatistics(letter);
+    }
+    g_ErrStart = false;
+    const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
+    std::ostringstream text;
+    text << informational << ' ' << warnings << ' ' << errors << ' ' << fatals;
+    return text.str();
+}
+
 /// A run log in a scratch directory.
 class LogTest : public testing::Test {
 protected:
@@ -207,38 +195,6 @@ TEST_F(LogTest, HoldsTheChainOfCauses) {
                                      "BSTR 4096 E [4000000000]"));
 }
 
-TEST_F(LogTest, HoldsAnErrorWithTheSeverityOfALetter) {
-    Open();
-    VI18NError error(60, 7947, SeveritySixth);
-    std::string values;
-    for (const char* letter : {"", "W", "F", "x", "D"}) {
-        error.LogShow(&g_logopt, letter);
-        values += std::to_string(error.GetErrVal());
-    }
-    EXPECT_EQ(values, "12411") << "5 and 0 stand for 1";
-    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I"))
-        << "no debug record";
-    EXPECT_EQ(Message::s_defaultLogger, FileLogger::GetGlobalLogger()) << "the logger for the call is gone";
-}
-
-TEST_F(LogTest, EachFileBeginsWithTheVersion) {
-    EXPECT_TRUE(Open());
-    EXPECT_FALSE(Open("no/log"));
-    Message::LogMsg(1, "UTIL", SeverityError, 1, 2, 3);
-    batutil_LogClose();
-    Message::LogMsg(2, "UTIL", SeverityError);
-    EXPECT_EQ(logfp, nullptr);
-    EXPECT_EQ(g_logopt.block, nullptr);
-    Open("log", false, 0);
-    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 1 E [1] [2] [3]", version));
-    logopt first = g_logopt;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(logfp, std::fclose);
-    Open();
-    EXPECT_THAT(Lines(), ElementsAre()) << "truncated by a second open, which keeps the first block";
-    VI18NError(60, 1).LogShow(&first, "");
-    EXPECT_THAT(Lines(), ElementsAre("UTIL 1 E"));
-}
-
 /// Logs when the process ends.
 struct LateRecord {
     bool armed = false;
@@ -253,58 +209,51 @@ TEST_F(LogTest, ARecordFromADestructorOfAStaticObjectIsWritten) {
     EXPECT_THAT(ReadFile(m_dir / "log"), testing::HasSubstr("<M ID=\"3\" O=\"" + origin + "\" C=\"UTIL\""));
 }
 
-TEST_F(LogTest, ALogGoesOnAboveTheLimitUnlessItWasOpenedPlain) {
-    std::string line(40000, 'x');
-    Open("plain");
-    lastLogPath = m_dir / "";
-    lastLogName = "log";
-    gui_show(0, line.data());
-    EXPECT_THAT(Lines("log-1.XLOG"), ElementsAre());
-    batutil_LogClose();
-    EXPECT_TRUE(Open("log", true));
-    line.resize(32768 - ReadFile(m_dir / "log-1.XLOG").size() - 13);
-    gui_show(0, line.data());
-    EXPECT_THAT(Lines("log-1.XLOG").back(), testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+"));
-    EXPECT_EQ(currLogFileNo, 0) << "exactly at the limit";
-    gui_show(0, line.data());
-    EXPECT_EQ(currLogFileNo, 1);
-    EXPECT_THAT(Lines("log-2.XLOG"), ElementsAre(version));
-    batutil_LogClose();
-    logfp = std::fopen((m_dir / "by hand").c_str(), "w");
-    lastLogPath = "";
-    lastLogName = m_dir / "other";
-    line.resize(40000, 'x');
-    gui_show(0, line.data());
-    EXPECT_THAT(Lines("other-1.XLOG"), ElementsAre(version));
+TEST_F(LogTest, StampsFollowTheTimeZone) {
+    char stamps[2][16];
+    for (const auto& [zone, stamp] : {std::pair("UTC0", stamps[0]), {"XXX-11", stamps[1]}}) {
+        setenv("TZ", zone, 1);
+        EXPECT_EQ(log_gettimestamp(stamp), 12);
+    }
+    unsetenv("TZ");
+    EXPECT_STRNE(stamps[0], stamps[1]);
 }
 
-TEST_F(LogTest, ChoosesAmongTheNumberedFiles) {
-    constexpr int limit = 32768, full = limit + 1;
-    constexpr std::pair<int, int> none = {0, 0};
-    // clang-format off
-    const struct { std::pair<int, int> sizeAndAge[4]; std::size_t chosen; bool recycled; } cases[] = {
-        {{none, none, none, none}, 0, false},             {{{full, 90}, {limit, 50}, {full, 70}, none}, 1, false},
-        {{{full, 50}, {9, 50}, none, none}, 2, false},    {{none, {full, 50}, none, {9, 90}}, 2, false},
-        {{none, {9, 90}, {9, 80}, {full, 50}}, 0, false}, {{{full, 70}, {9, 90}, {full, 90}, {full, 50}}, 1, true},
-        {{{9, 90}, {full, 50}, {9, 70}, {9, 80}}, 0, true},
+TEST_F(LogTest, OpensRotatesAndCounts) {
+    VI18NError error(60, 7947, SeveritySixth);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> full(std::fopen("/dev/full", "w"), std::fclose);
+    std::setvbuf(full.get(), nullptr, _IONBF, 0);
+    logblk fullBlock = {full.get(), 0, 0, 1, "/dev/full"};
+    logopt fullOptions = {0, nullptr, false, &fullBlock};
+    std::string line = "line\n";
+    logopt kept = {};
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> keptFile(nullptr, std::fclose);
+    const Calls calls = {
+        {"open", [](const char* name, int mode) { return batutil_LogOpen(".", name, mode, false); }},
+        {"openRing", [](const char* name) { return batutil_LogOpen(".", name, 1, true); }},
+        {"openByHand", [](const char* file) { logfp = std::fopen(file, "w"); }},
+        {"close", batutil_LogClose},
+        {"isClosed", [] { return logfp == nullptr && g_logopt.block == nullptr; }},
+        {"names", [](const char* directory, const char* name) { lastLogPath = directory, lastLogName = name; }},
+        {"record", [](unsigned number) { Message::LogMsg(number, "UTIL", SeverityError, 1, 2, 3); }},
+        {"keep", [&] { kept = g_logopt, keptFile.reset(logfp); }},
+        {"closeKept", [&] { keptFile.reset(); }},
+        {"recordAsKept", [&](unsigned number) { VI18NError(60, number).LogShow(&kept, ""); }},
+        {"withLetter", [&](const char* letter) { return error.LogShow(&g_logopt, letter), error.GetErrVal(); }},
+        {"text", [](std::size_t size) { return gui_show(0, std::string(size, 'x').data()); }},
+        {"textToLimit", [](S file) { return gui_show(0, std::string(32768 - 13 - fs::file_size(file), 'x').data()); }},
+        {"textOnFull", [&] { return I18N_log_show(&line, &fullOptions, 'I'); }},
+        {"endsWithText",
+         [](S file) {
+             const auto text = testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+");
+             return testing::Matches(text)(Records(ReadFile(file)).back());
+         }},
+        {"fileNumber", [] { return currLogFileNo; }},
+        {"next", [](const char* directory) { return batutil_GetNextFilename(directory, "log"); }},
+        {"ring", [](int files) { nLogFiles = files; }},
+        {"count", Counted},
     };
-    // clang-format on
-    for (const auto& [files, chosen, recycled] : cases) {
-        const TempDir dir;
-        std::vector<std::string> paths;
-        for (const auto& [size, age] : files) {
-            paths.push_back(dir / ("log-" + std::to_string(paths.size() + 1) + ".XLOG"));
-            if (size > 0) {
-                WriteFile(paths.back(), std::string(static_cast<std::size_t>(size), 'x'));
-                fs::last_write_time(paths.back(), fs::file_time_type::clock::now() - std::chrono::seconds(age));
-            }
-        }
-        EXPECT_EQ(batutil_GetNextFilename(dir / "", "log"), paths[chosen]);
-        EXPECT_EQ(fs::exists(paths[chosen]), files[chosen] != none && !recycled) << paths[chosen];
-    }
-    nLogFiles = 0;
-    EXPECT_EQ(batutil_GetNextFilename(m_dir / "", "log"), m_dir / "log-1.XLOG") << "a ring has at least one file";
-    nLogFiles = 4;
+    MakeCalls("Log", calls);
 }
 
 TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
@@ -353,41 +302,6 @@ TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
     const unsigned before = getTicks();
     usleep(2000);
     EXPECT_NE(getTicks(), before);
-}
-
-TEST_F(LogTest, StatisticsCountFourSeveritiesOnRequest) {
-    EXPECT_FALSE(g_ErrStart);
-    for (const unsigned counting : {0U, 1U}) {
-        g_ErrStart = counting == 1;
-        for (const char letter : std::string("DIWWEEEFFFFS")) {
-            UpdateLogStatistics(letter);
-        }
-        g_ErrStart = false;
-        const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
-        EXPECT_EQ(std::tuple(informational, warnings, errors, fatals),
-                  std::tuple(counting, 2 * counting, 3 * counting, 4 * counting));
-    }
-}
-
-TEST_F(LogTest, StampsFollowTheTimeZone) {
-    char stamps[2][16];
-    for (const auto& [zone, stamp] : {std::pair("UTC0", stamps[0]), {"XXX-11", stamps[1]}}) {
-        setenv("TZ", zone, 1);
-        EXPECT_EQ(log_gettimestamp(stamp), 12);
-    }
-    unsetenv("TZ");
-    EXPECT_STRNE(stamps[0], stamps[1]);
-}
-
-TEST_F(LogTest, AFailedWriteIsShownOnce) {
-    Open();
-    logblk block = {std::fopen("/dev/full", "w"), 0, 0, 1, "/dev/full"};
-    std::setvbuf(block.fp, nullptr, _IONBF, 0);
-    logopt options = {0, nullptr, false, &block};
-    std::string line = "line\n";
-    EXPECT_EQ(I18N_log_show(&line, &options, 'I') + I18N_log_show(&line, &options, 'I'), 0);
-    EXPECT_THAT(Lines(), ElementsAre(version, "LOGS 56 E [/dev/full]", "LOGS 56 E [/dev/full]"));
-    std::fclose(block.fp);
 }
 
 } // namespace

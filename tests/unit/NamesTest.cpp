@@ -1,35 +1,39 @@
 #include "Mis/NamCommon.h"
+#include "tests/support/Calls.h"
 
 #include <algorithm>
 #include <functional>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 
-TEST(Names, TheSyntaxGivesTheSeparator) {
-    const std::tuple<int, char, const char*, const char*> cases[] = {
-        {-1, '/', "dir/", "/"},   {2, '/', "dir/", "/"},    {9, '/', "dir/", "/"},
-        {119, '\\', "dir", ""},   {0, '\\', "dir\\", "\\"}, {1, '\\', "dir\\", "\\"},
-        {4, '\\', "dir\\", "\\"}, {7, '\\', "dir\\", "\\"}, {8, '\\', "dir\\", "\\"}};
-    for (const auto& [syntax, separator, directory, empty] : cases) {
-        EXPECT_EQ(VFileName("dir", syntax, false).GetPathSeparator(), separator) << syntax;
-        EXPECT_STREQ(VFileName(VString("dir"), syntax, true).GetName(), directory);
-        EXPECT_STREQ(VFileName(std::string(), syntax, true).GetName(), empty);
-    }
-    EXPECT_STREQ(VFileName("dir/", 2, true).GetName(), "dir/");
-}
-
-TEST(NamesDeathTest, AnUnknownSyntaxStopsTheProcess) {
-    const VFileName name("dir", 3, true);
-    EXPECT_STREQ(name.GetName(), "dir\\");
-    EXPECT_THROW(name.GetParentPath(false), int);
-    int position = 0;
-    const char* const message = "Mis/NamCommon.*`false' failed";
-    EXPECT_DEATH(name.GetPathSeparator(), message);
-    EXPECT_DEATH(nam_fmt2sep(3, &position, ""), message);
-    EXPECT_DEATH(nam_fmt2nam(3, &position, ""), message);
-    EXPECT_DEATH(nam_fmt2end(3, &position, ""), message);
+TEST(Names, HaveSeparatorsParentsAndParts) {
+    const Calls calls = {
+        {"separator", [](int syntax) { return VFileName("", syntax, false).GetPathSeparator(); }},
+        {"directory", [](int syntax, const char* name) { return VFileName(VString(name), syntax, true).GetName(); }},
+        {"emptyDirectory", [](int syntax) { return VFileName(std::string(), syntax, true).GetName(); }},
+        {"parent",
+         [](int syntax, const char* name, bool slash) { return VFileName(name, syntax, false).GetParentPath(slash); }},
+        {"part",
+         [](int syntax, const char* name, int part) {
+             int length = -1;
+             const VString text = VFileName(name, syntax, false).GetPart(part, nullptr, false, false, false);
+             VFileName(name, syntax, false).GetPart(part, &length, false, false, false);
+             return std::to_string(length) + ' ' + std::string(text);
+         }},
+        {"toSeparator", [](int syntax, int at) { return nam_fmt2sep(syntax, &at, ""); }},
+        {"toName", [](int syntax, int at) { return nam_fmt2nam(syntax, &at, ""); }},
+        {"toEnd", [](int syntax, int at) { return nam_fmt2end(syntax, &at, ""); }},
+        {"match", [](const char* name, const char* pattern) { return nam_fmtmatch(2, name, pattern); }},
+        {"matchLong", [](int length, const char* pattern) { return nam_fmtmatch(2, VString('a', length), pattern); }},
+    };
+    MakeCalls("Names", calls);
+    EXPECT_THROW(VFileName("dir", 3, true).GetParentPath(false), int) << "an unknown syntax";
+    const VFileName names[] = {VFileName("b", -1, false), VFileName("a", -1, false)};
+    EXPECT_EQ(names[0].Compare(&names[0]), 0);
+    EXPECT_EQ(names[0].Compare(&names[1]), -1) << "by identity";
+    EXPECT_EQ(names[1].Compare(&names[0]), 1);
 }
 
 TEST(Names, ScannersFindSeparatorNameAndEnd) {
@@ -62,42 +66,6 @@ TEST(Names, ScannersFindSeparatorNameAndEnd) {
                 EXPECT_EQ(found, expected) << syntax << ' ' << text << name;
             }
         }
-    }
-}
-
-TEST(Names, ParentAndFileName) {
-    const std::tuple<int, const char*, bool, const char*, const char*> cases[] = {
-        {2, "/a/b/c", false, "/a/b", "c"}, {2, "/a/b/c/", true, "/a/b", ""}, {2, "/a/b/", false, "/a/b", ""},
-        {2, "/a/b", true, "", "b"},        {2, "file", false, "", "file"},   {2, "/etc", false, "", "etc"},
-        {2, "d/", true, "", ""},           {2, "a\\b", false, "", "a\\b"},   {8, "c:\\a/b\\c", false, "c:\\a/b", "c"}};
-    for (const auto& [syntax, path, trailing, parent, file] : cases) {
-        VFileName name(path, syntax, false);
-        EXPECT_STREQ(name.GetParentPath(trailing), parent) << path;
-        int length = -1;
-        for (const int part : {8, 9, 14}) {
-            const VString expected = part == 9 ? "" : file;
-            EXPECT_STREQ(name.GetPart(part, nullptr, false, false, false), expected) << path;
-            name.GetPart(part, &length, false, false, false);
-            EXPECT_EQ(length, expected.GetLength()) << path;
-        }
-    }
-    const VFileName names[] = {VFileName("b", -1, false), VFileName("a", -1, false)};
-    EXPECT_EQ(names[0].Compare(&names[0]), 0);
-    EXPECT_EQ(names[0].Compare(&names[1]), -1) << "by identity";
-    EXPECT_EQ(names[1].Compare(&names[0]), 1);
-}
-
-TEST(Names, Match) {
-    // clang-format off
-    const std::tuple<std::string, const char*, bool> cases[] = {
-        {"/d/f", "/d/*", true},    {"/d/f", "/*/*.*", true},   {"/d/s/f", "/d/*", false},     {"/d", "/d/*", false},
-        {"/d/.x", "/d/*", true},   {"/d/a.b", "/d/*.b", true}, {"/d/a.b.c", "/d/*.b", false}, {"/d/", "/d/?", false},
-        {"/d/ab", "/d/?b", true},  {"/d/ab", "/d?ab", false},  {"/d/abcbc", "/d/a*bc", true}, {"/d/A", "/d/a", false},
-        {std::string(3000, 'a'), "*a*a*a*a*a*a*a*b", false},
-    };
-    // clang-format on
-    for (const auto& [name, pattern, matches] : cases) {
-        EXPECT_EQ(nam_fmtmatch(2, name.c_str(), pattern), matches) << name << ' ' << pattern;
     }
 }
 

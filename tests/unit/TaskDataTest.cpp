@@ -2,12 +2,14 @@
 
 #include "Mis/Log.h"
 #include "Mis/TaskKeys.h"
+#include "tests/support/Calls.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <optional>
 #include <random>
 #include <regex>
 
@@ -69,65 +71,6 @@ TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
     }
 }
 
-TEST(TaskData, AddsAndReplacesValues) {
-    for (const bool raw : {true, false}) {
-        VTaskData data("", raw);
-        VString text = "z";
-        char buffer[] = "left from before";
-        EXPECT_EQ(data.GetString(keyDescription, buffer), 0);
-        EXPECT_STREQ(buffer, "");
-        EXPECT_EQ(data.SetString(keyDescription, "  x  ", true), 1);
-        EXPECT_EQ(Value(data, keyDescription), "x") << "a new value is cropped";
-        EXPECT_EQ(data.SetString(keyDescription, std::string("y"), false), 0);
-        EXPECT_EQ(data.SetRaw(keyDescription, "y", false), 0);
-        EXPECT_EQ(data.GetString(keyDescription, buffer), 1);
-        EXPECT_STREQ(buffer, "x") << "not replaced";
-        EXPECT_EQ(data.SetString(keyDescription, VString(" y\xE9 "), true), 1);
-        EXPECT_EQ(data.GetString(keyDescription, &text), 1);
-        EXPECT_STREQ(text, " y\xE9 ") << "a value that replaces is kept whole";
-    }
-}
-
-TEST(TaskData, DeletesOneKeyOrARange) {
-    VTaskData data("", true);
-    for (const int key : {keyDescription, keyPluginCode + 1, keyPluginCode + 2, keyPluginCode + 7}) {
-        data.SetRaw(key, "x", true);
-    }
-    for (const int deleted : {1, 0}) {
-        EXPECT_EQ(data.DeleteKey(keyDescription), deleted);
-        EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), deleted);
-    }
-    EXPECT_EQ(Value(data, keyPluginCode + 1), "x");
-    data.SetRaw(keyTimeZone, "z", true);
-    data.SetRaw(keyPriority, "8", true);
-    EXPECT_EQ(data.DeleteKey(keyPluginCode, keyPluginCode + 9), 1);
-    EXPECT_EQ(Value(data, keyTimeZone) + Value(data, keyPriority), "z8") << "found where they have moved to";
-    EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
-    EXPECT_EQ(Value(data, keyPluginCode + 1), "none");
-    EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
-}
-
-void ExpectFits(int fits, std::initializer_list<int> keys, std::initializer_list<const char*> values) {
-    for (const int key : keys) {
-        for (const char* value : values) {
-            EXPECT_EQ(VTaskData("", true).IsValidEntry(key, value), fits == 1) << key << ' ' << value;
-            EXPECT_EQ(VTaskData("", true).SetRaw(key, value, true), fits) << key << ' ' << value;
-        }
-    }
-}
-
-TEST(TaskData, TakesOnlyValuesOfTheKeysKind) {
-    ExpectFits(1, {keyDiagnostics}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "e/fa", "/", "yes/no"});
-    ExpectFits(0, {keyDiagnostics}, {"maybe", "2", "01", " yes", "no/yes"});
-    ExpectFits(1, {keyPriority}, {"", "0", "007", "99999999999999999999"});
-    ExpectFits(0, {keyPriority}, {"-5", "+5", "1.5", " 5", "5 ", "0x1", "1,2"});
-    ExpectFits(1, {keyDescription, keyPassword, keyInclude}, {"", "x = { } // \"-\"", "\xff"});
-    ExpectFits(1, {keyOperatorMode}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"});
-    ExpectFits(0, {keyOperatorMode, keyOracleType},
-               {"", "Con", "Consoles", "/Console", "Console,", ",Console", "logs", "Full, Full"});
-    ExpectFits(0, {100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {"", "x", "1"});
-}
-
 /// What the typed getters say of a value, as far as they answer.
 std::string Typed(const VTaskData& data, int key) {
     bool flag = false;
@@ -142,42 +85,47 @@ std::string Typed(const VTaskData& data, int key) {
            (data.GetPassword(key, &password) == 1 ? " password " : "") + password;
 }
 
-TEST(TaskData, GivesTypedValues) {
-    using Row = std::tuple<int, const char*, const char*>;
-    for (const auto& [key, text, answers] :
-         {Row(keyDiagnostics, "yes", " bool 1"), Row(keyDiagnostics, "TRUE", " bool 1"),
-          Row(keyDiagnostics, "no", " bool 0"), Row(keyDiagnostics, "False", " bool 0"),
-          Row(keyDiagnostics, "1", " number 1"), Row(keyDiagnostics, "rue", ""), Row(keyPriority, "042", " number 42"),
-          Row(keyPriority, "99999999999", " number 2147483647"), Row(keyOperatorMode, "remote", " index 1 mask 2"),
-          Row(keyLogDetail, "NONE", " index 0 mask 1"), Row(keyLogDetail, "None,Summary", " mask 9"),
-          Row(keyPassword, "p", " password p"), Row(keyDescription, "4x", "")}) {
-        VTaskData data("", true);
-        EXPECT_EQ(Typed(data, key), "") << "without an entry";
-        EXPECT_EQ(data.SetString(key, text, true), 1) << text;
-        EXPECT_EQ(Typed(data, key), answers) << key << ' ' << text;
-    }
-}
-
-TEST(TaskData, TakesTypedValues) {
-    VTaskData data("", true);
-    using Row = std::tuple<const char*, int, int, const char*>;
-    for (const auto& [name, result, key, value] :
-         {Row("bool", data.SetBool(keyDiagnostics, true, true), keyDiagnostics, "True"),
-          Row("not bool", data.SetBool(keyUsePasswordFile, false, true), keyUsePasswordFile, "False"),
-          Row("no overwrite", data.SetBool(keyDiagnostics, false, false), 0, ""),
-          Row("number", data.SetNumeric(keyPriority, 42, true), keyPriority, "42"),
-          Row("sign", data.SetNumeric(keyPriority, -1, true), 0, ""),
-          Row("name", data.SetEnum(keyOperatorMode, 1, true), keyOperatorMode, "Remote"),
-          Row("first name", data.SetEnum(keyLogFormat, 0, true), keyLogFormat, "Brief"),
-          Row("past names", data.SetEnum(keyOperatorMode, 2, true), 0, ""),
-          Row("before names", data.SetEnum(keyOperatorMode, -1, true), 0, ""),
-          Row("mask", data.SetMask(keyLogDetail, 0b1011, true), keyLogDetail, "None,Files,Summary"),
-          Row("past names", data.SetMask(keyLogDetail, 0b10000, true), 0, ""),
-          Row("password", data.SetPassword(keyPassword, "p", true), keyPassword, "p"),
-          Row("no password", data.SetPassword(keyDescription, "p", true), 0, "")}) {
-        EXPECT_EQ(result, *value != 0 ? 1 : 0) << name;
-        EXPECT_TRUE(*value == 0 || Value(data, key) == value) << name << ' ' << Value(data, key);
-    }
+TEST(TaskData, HoldsReadsAndWritesValues) {
+    std::optional<VTaskData> data;
+    const Calls calls = {
+        {"new", [&](bool raw) { data.emplace("", raw); }},
+        {"get", [&](int key) { return Value(*data, key); }},
+        {"getText",
+         [&](int key) {
+             VString text = "z";
+             return data->GetString(key, &text), text;
+         }},
+        {"getChars",
+         [&](int key) {
+             char text[] = "left from before";
+             return data->GetString(key, text), std::string(text);
+         }},
+        {"typed", [&](int key) { return Typed(*data, key); }},
+        {"set", [&](int key, std::string value) { return data->SetString(key, value, true); }},
+        {"add", [&](int key, std::string value) { return data->SetString(key, value, false); }},
+        {"setText", [&](int key, VString value) { return data->SetString(key, value, true); }},
+        {"setRaw", [&](int key, std::string value) { return data->SetRaw(key, value, true); }},
+        {"addRaw", [&](int key, std::string value) { return data->SetRaw(key, value, false); }},
+        {"fits", [&](int key, std::string value) { return data->IsValidEntry(key, value); }},
+        {"setBool", [&](int key, bool value, bool overwrite) { return data->SetBool(key, value, overwrite); }},
+        {"setNumber", [&](int key, int value) { return data->SetNumeric(key, value, true); }},
+        {"setIndex", [&](int key, int index) { return data->SetEnum(key, index, true); }},
+        {"setMask", [&](int key, unsigned mask) { return data->SetMask(key, mask, true); }},
+        {"setPassword", [&](int key, std::string value) { return data->SetPassword(key, value, true); }},
+        {"delete", [&](int key) { return data->DeleteKey(key); }},
+        {"deleteFromTo", [&](int first, int last) { return data->DeleteKey(first, last); }},
+        {"read", [&](std::string text) { return data->Deserialize(text, false); }},
+        {"line", [&](std::string line) { return data->ParseLine(line, false); }},
+        {"write",
+         [&] {
+             std::string text;
+             return data->Serialize(text), text;
+         }},
+        {"errorLine", [&] { return data->GetErrorLine(); }},
+        {"version", [&] { return data->GetVersion(); }},
+        {"type", [&] { return data->GetType(); }},
+    };
+    MakeCalls("TaskData", calls);
 }
 
 // Entries without names compare by number with all others, in which three can compare in a circle.
@@ -278,29 +226,6 @@ TEST(TaskFile, WhatCannotBeReadIsNoSyntaxError) {
     EXPECT_EQ(data.SaveToFile(dir / "no/directory"), -1);
 }
 
-TEST(TaskFile, LoadingMergesAndStartsAfresh) {
-    VTaskData data("", true);
-    std::string text = "BuildVersion = 6\nQXCVersion = 650\nTime_Zone = a\nDescription = b\nLog {\nAgentName = c\"-\n";
-    EXPECT_TRUE(data.Deserialize(text, true));
-    text = "\"Time_Zone = not continued\n";
-    EXPECT_FALSE(data.Deserialize(text, true));
-    text = "QXCVersion = 102\nDescription = d\nAgentName = e\nnonsense \r\nTASK_ID = 1\n";
-    EXPECT_FALSE(data.Deserialize(text, true));
-    data.Serialize(text);
-    EXPECT_EQ(text, "BuildVersion = \r\n\r\nQXCVersion = 102\r\n\r\nType = 1\r\n\r\nAgentName = e\r\n\r\n"
-                    "Description = d\r\n\r\nTime_Zone = a\r\n\r\n");
-}
-
-TEST(TaskFile, AnUnfinishedLineEndsWithItsTextAndASectionDoesNot) {
-    VTaskData data("", true);
-    std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
-    EXPECT_TRUE(data.Deserialize(text, false));
-    EXPECT_FALSE(data.ParseLine("\",Files", false));
-    EXPECT_TRUE(VTaskData("", true).ParseLine("Description = x", false)) << "without a text before";
-    EXPECT_TRUE(data.ParseLine("Format = Full", false));
-    EXPECT_EQ(Value(data, keyLogFormat), "Full");
-}
-
 // A long value is copied unless it takes most of the text.
 TEST(TaskFile, ALongValueIsPutTogetherWhole) {
     const std::string half(600000, 'h');
@@ -315,23 +240,6 @@ TEST(TaskFile, ALongValueIsPutTogetherWhole) {
             EXPECT_EQ(Value(data, keyDescription), whole);
             EXPECT_EQ(Value(data, keyTimeZone), zone);
         }
-    }
-}
-
-TEST(TaskFile, IsRefusedAtALineWithTheVersionThatWasRead) {
-    using Row = std::tuple<std::string, int, int>;
-    for (auto [text, line, version] : {Row(". {\n}\n}\nDescription = x", 0, 101), // takes two braces
-                                       {". {\n}\nDescription = x", 3, 101},
-                                       {"Type = 4\nQXCVersion = 672", 2, 672}}) {
-        VTaskData data("", true);
-        EXPECT_EQ(data.GetErrorLine(), 0);
-        EXPECT_EQ(data.Deserialize(text, false), line == 0) << text;
-        EXPECT_EQ(data.GetErrorLine(), line) << text;
-        EXPECT_EQ(data.GetVersion(), version) << text;
-        EXPECT_EQ(data.GetType(), version == 672 ? 4 : 1);
-        text = "Type = 1";
-        EXPECT_TRUE(data.Deserialize(text, false));
-        EXPECT_EQ(data.GetErrorLine(), 0) << "of the text before";
     }
 }
 
