@@ -72,14 +72,6 @@ TEST(KeyTable, HoldsTheRows) {
     EXPECT_EQ(VTaskData::GetKeyInfo(rows[7].id, info), 1);
     EXPECT_EQ(info.keyName, rows[7].keyName);
     EXPECT_EQ(VTaskData::GetKeyInfo(INT_MAX, info), 0);
-    std::string name = "kept";
-    EXPECT_EQ(VTaskData::GetKeyName(INT_MAX, name, 671, 1), 0);
-    EXPECT_EQ(name, "kept");
-    EXPECT_EQ(VTaskData::GetKeyName(13113, name, 671, 1), 1);
-    EXPECT_EQ(name, "Plugin3.Code");
-    int key = 7;
-    EXPECT_EQ(VTaskData::GetKeyID("Plugin3.", &key, 671, 1), 0);
-    EXPECT_EQ(key, 7);
 }
 
 /// The first row that fits, null for none.
@@ -133,17 +125,6 @@ TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
             First([&](const _TOInfo& row) { return isLegal(row) && KeyTable::Match(name, row.keyName, &index); });
         ASSERT_EQ(KeyTable::FirstNamed(name, version, type, &found), named) << name;
         ASSERT_EQ(named == nullptr ? index : found, index) << name;
-    }
-}
-
-TEST(KeyTable, MatchesAWordWithAPattern) {
-    int index = 0;
-    EXPECT_TRUE(VTaskData::KeyMatch(" \tA007 x", "a%%%", &index));
-    EXPECT_EQ(index, 7);
-    EXPECT_TRUE(VTaskData::KeyMatch("x99999999999y", "X%%%%%%%%%%%Y", &index));
-    EXPECT_EQ(index, INT_MAX) << "too long for a number";
-    for (const char* text : {"a7", "a777", "a7b", "ab7", "a%%", "a", "", "a 77"}) {
-        EXPECT_FALSE(VTaskData::KeyMatch(text, "a%%", &index)) << text;
     }
 }
 

@@ -1,9 +1,10 @@
 #include "Mis/VError.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Run.h"
+#include "tests/support/Calls.h"
+#include "tests/support/Process.h"
 #include "tests/support/TempDir.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -46,29 +47,24 @@ TEST(Leaks, AGuardFreesTheErrorThatItReplaces) {
     EXPECT_EQ(liveBlocks, before);
 }
 
+/// Runs in this process. Returns: the blocks in use and the open files after that.
+std::pair<long, long> HeldAfterRun(const std::string& configuration, const std::string& plugin, int status) {
+    const CurrentTempDir scratch;
+    WriteFile("agent/Global.qxc", configuration);
+    Words words = {"PlugSetter", "-r", plugin, "agent", "backup", "install.xlog"};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(runPlugSetter(6, Pointers(words).data()), status) << plugin << configuration;
+    testing::internal::GetCapturedStdout();
+    return {liveBlocks, OpenFiles()};
+}
+
 TEST(Leaks, ARunGivesBackAllThatItTook) {
-    const TempDir dir;
-    const std::tuple<std::string, const char*, std::string, int> cases[] = {
-        {"successful", "ORACLE", ReadFile(TEST_DATA "/global/Global.qxc"), 0},
-        {"refused", "ORACLE", "No_such_key = 1", 1},
-        {"wrong argument", "NO_PLUGIN", "", 1},
-    };
-    for (const auto& [name, plugin, configuration, status] : cases) {
-        std::string words[] = {"PlugSetter", "-r", plugin, dir / "agent", dir / "backup", "install.xlog"};
-        char* arguments[6];
-        std::transform(std::begin(words), std::end(words), arguments, [](std::string& word) { return word.data(); });
-        WriteFile(dir / "agent/Global.qxc", configuration);
-        // Blocks in use and open files after each of two runs. The first also allocates what lives as long as the
-        // process.
-        std::pair<long, long> held[2];
-        testing::internal::CaptureStdout();
-        for (auto& [blocks, files] : held) {
-            EXPECT_EQ(runPlugSetter(6, arguments), status) << name;
-            blocks = liveBlocks;
-            files = OpenFiles();
-        }
-        testing::internal::GetCapturedStdout();
-        EXPECT_EQ(held[0], held[1]) << name;
+    for (const auto& [configuration, plugin, status] : {std::tuple(ReadFile(TEST_DATA "/global/Global.qxc"), "SS", 0),
+                                                        {"No_such_key = 1", "SS", 1},
+                                                        {"", "NO_PLUGIN", 1}}) {
+        // The first run also allocates what lives as long as the process.
+        const auto held = HeldAfterRun(configuration, plugin, status);
+        EXPECT_EQ(HeldAfterRun(configuration, plugin, status), held) << plugin << configuration;
     }
 }
 

@@ -19,6 +19,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using S = const std::string&;
+
 constexpr int keyTimeZone = 102;
 constexpr int keyDiagnostics = 103;
 constexpr int keyPassword = 104;
@@ -41,25 +43,6 @@ std::string Value(const VTaskData& data, int key) {
     return found == 0 && value.empty() ? "none" : value;
 }
 
-TEST(TaskEntry, OrdersByNameAndWithoutANameByKey) {
-    using Row = std::tuple<const char*, int, int>;
-    for (const auto& [name, lower, higher] : {Row("by name", 604, 603),
-                                              {"with an index", 13122, 13113},
-                                              {"one name", keyDescription, keyBiosType + 1},
-                                              {"other name", keyBiosType + 2, keyStockPart},
-                                              {"no name", keyBiosType + 1, keyBiosType + 2},
-                                              {"no row", keyBiosType + 1, INT_MAX}}) {
-        const VTDEntry a(lower, "", 671, 1);
-        const VTDEntry b(higher, "", 671, 1);
-        EXPECT_TRUE(a < b && !(b < a)) << name;
-        EXPECT_TRUE(b > a && !(a > b)) << name;
-        EXPECT_TRUE(a == VTDEntry(a) && !(a == b)) << name;
-        EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
-    }
-    const VTaskData other("", true);
-    EXPECT_NE(VTDEntry(keyDescription, "", 671, 1).Compare(&other), 0) << "an object of another class";
-}
-
 TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
     TaskEntries entries;
     entries.Append(VTDEntry(keyDescription, "", 671, 1));
@@ -69,6 +52,33 @@ TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
     for (const std::string_view foreign : {std::string_view(text), beyond}) {
         EXPECT_DEATH(VTDEntry(keyDescription, "", 671, 1).SetValue(foreign, &buffer), "TaskEntry.cpp:.*buffer");
     }
+}
+
+/// How two entries compare, which all operators say alike.
+int Order(int key, int other) {
+    const VTDEntry a(key, "", 671, 1);
+    const VTDEntry b(other, "", 671, 1);
+    const int order = a.Compare(&b);
+    EXPECT_EQ(a < b, order < 0);
+    EXPECT_EQ(a > b, order > 0);
+    EXPECT_EQ(a == b, order == 0);
+    return order;
+}
+
+/// The number in the place of "%", "none" for no match.
+std::string Matched(const char* text, const char* pattern) {
+    int index = 0;
+    return VTaskData::KeyMatch(text, pattern, &index) ? std::to_string(index) : "none";
+}
+
+std::string NameOf(int key) {
+    std::string name = "kept";
+    return VTaskData::GetKeyName(key, name, 671, 1) == (name == "kept" ? 0 : 1) ? name : "not kept";
+}
+
+int KeyOf(const std::string& name) {
+    int key = 7;
+    return VTaskData::GetKeyID(name, &key, 671, 1) == (key == 7 ? 0 : 1) ? key : -1;
 }
 
 /// What the typed getters say of a value, as far as they answer.
@@ -101,27 +111,44 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
              return data->GetString(key, text), std::string(text);
          }},
         {"typed", [&](int key) { return Typed(*data, key); }},
-        {"set", [&](int key, std::string value) { return data->SetString(key, value, true); }},
-        {"add", [&](int key, std::string value) { return data->SetString(key, value, false); }},
+        {"set", [&](int key, S value) { return data->SetString(key, value, true); }},
+        {"add", [&](int key, S value) { return data->SetString(key, value, false); }},
         {"setText", [&](int key, VString value) { return data->SetString(key, value, true); }},
-        {"setRaw", [&](int key, std::string value) { return data->SetRaw(key, value, true); }},
-        {"addRaw", [&](int key, std::string value) { return data->SetRaw(key, value, false); }},
-        {"fits", [&](int key, std::string value) { return data->IsValidEntry(key, value); }},
+        {"setRaw", [&](int key, S value) { return data->SetRaw(key, value, true); }},
+        {"addRaw", [&](int key, S value) { return data->SetRaw(key, value, false); }},
+        {"fits", [&](int key, S value) { return data->IsValidEntry(key, value); }},
         {"setBool", [&](int key, bool value, bool overwrite) { return data->SetBool(key, value, overwrite); }},
         {"setNumber", [&](int key, int value) { return data->SetNumeric(key, value, true); }},
         {"setIndex", [&](int key, int index) { return data->SetEnum(key, index, true); }},
         {"setMask", [&](int key, unsigned mask) { return data->SetMask(key, mask, true); }},
-        {"setPassword", [&](int key, std::string value) { return data->SetPassword(key, value, true); }},
+        {"setPassword", [&](int key, S value) { return data->SetPassword(key, value, true); }},
         {"delete", [&](int key) { return data->DeleteKey(key); }},
         {"deleteFromTo", [&](int first, int last) { return data->DeleteKey(first, last); }},
         {"read", [&](std::string text) { return data->Deserialize(text, false); }},
-        {"line", [&](std::string line) { return data->ParseLine(line, false); }},
+        {"readAndApply", [&](std::string text) { return data->Deserialize(text, true); }},
+        {"line", [&](S line) { return data->ParseLine(line, false); }},
         {"write",
          [&] {
              std::string text;
              return data->Serialize(text), text;
          }},
         {"errorLine", [&] { return data->GetErrorLine(); }},
+        {"comment", [&](S text) { return data->SetComment(text); }},
+        {"isSigned",
+         [&] {
+             std::string text;
+             data->Serialize(text);
+             return txccl::Signature::of(text) == txccl::Signature::of(&*data);
+         }},
+        {"environment", [](const char* name) { return getenv(name); }},
+        {"setEnvironment", [](const char* name, const char* value) { return setenv(name, value, 1); }},
+        {"extensionLoaded", [] { return VTaskData::extensionLoaded; }},
+        {"forgetExtension", [] { VTaskData::extensionLoaded = false; }},
+        {"order", Order},
+        {"orderOfOther", [&](int key) { return VTDEntry(key, "", 671, 1).Compare(&*data) != 0; }},
+        {"match", Matched},
+        {"name", NameOf},
+        {"key", KeyOf},
         {"version", [&] { return data->GetVersion(); }},
         {"type", [&] { return data->GetType(); }},
     };
@@ -153,18 +180,6 @@ TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
         const bool named = key < keyBiosType || key > keySoftwareOs + 100;
         EXPECT_NE(first.find((named ? " = <" : "\n<") + std::to_string(key) + "\r\n"), std::string::npos) << key;
     }
-}
-
-TEST(TaskData, IsSignedByTheTextThatItWouldWrite) {
-    VTaskData data(VString("file.qxc"), true);
-    data.SetString(keyDescription, "x", true);
-    const std::string before = txccl::Signature::of(&data);
-    EXPECT_EQ(data.SetComment("// z"), 1);
-    const std::string signature = txccl::Signature::of(&data);
-    std::string text;
-    data.Serialize(text);
-    EXPECT_EQ(signature, txccl::Signature::of(text));
-    EXPECT_NE(signature, before) << "the comment counts";
 }
 
 /// What a file of this text becomes when it is loaded and saved.
@@ -240,20 +255,6 @@ TEST(TaskFile, ALongValueIsPutTogetherWhole) {
             EXPECT_EQ(Value(data, keyDescription), whole);
             EXPECT_EQ(Value(data, keyTimeZone), zone);
         }
-    }
-}
-
-TEST(TaskFile, SideEffectsAreOnRequest) {
-    VTaskData data("", true);
-    setenv("ORACLE_HOME", "/before", 1);
-    VTaskData::extensionLoaded = false;
-    // The list of plug-ins is handed over once; its entry follows each file.
-    for (const std::string list : {"no.so", "a.so", "b.so"}) {
-        std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = " + list;
-        EXPECT_TRUE(data.Deserialize(text, list != "no.so"));
-        EXPECT_STREQ(getenv("ORACLE_HOME"), list != "no.so" ? "/opt/o0" : "/before");
-        EXPECT_EQ(VTaskData::extensionLoaded, list != "no.so");
-        EXPECT_EQ(Value(data, keyPlugins), list);
     }
 }
 
