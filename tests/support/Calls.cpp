@@ -1,9 +1,9 @@
 #include "tests/support/Calls.h"
 
 #include "Mis/Unix/UtilitiesUnix.h"
+#include "Mis/VError.h"
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
-#include "tests/support/Thrown.h"
 
 #include <cerrno>
 #include <optional>
@@ -107,6 +107,18 @@ const Calls onFiles = {
     {"errno",     [](int number)         { errno = number; }},
 };
 // clang-format on
+
+/// What `action` throws, and its cause; "nothing" when it comes back.
+std::string Thrown(const std::function<std::string()>& action) {
+    try {
+        action();
+    } catch (VError*) {
+        const auto error = err_caught();
+        auto* cause = dynamic_cast<VI18NError*>(error->GetChildError());
+        return dynamic_cast<VI18NError&>(*error).what() + (cause == nullptr ? "" : " < " + cause->what());
+    }
+    return "nothing";
+}
 
 void MakeCall(Line line, const Calls& calls) {
     const std::string how = line.words[0];

@@ -1,5 +1,3 @@
-#include "Mis/VError.h"
-#include "PlugSetter/Guard.h"
 #include "PlugSetter/Run.h"
 #include "tests/support/Calls.h"
 #include "tests/support/Process.h"
@@ -29,23 +27,6 @@ void operator delete(void* block, std::size_t) noexcept {
 }
 
 namespace {
-
-TEST(Leaks, AGuardFreesTheErrorThatItReplaces) {
-    struct OtherError : VError {
-        void LogShow(logopt*, VString) override {}
-        VError* Clone() override { return new OtherError(*this); }
-    };
-    const auto guarded = [] {
-        try {
-            throw static_cast<VError*>(new OtherError);
-        } catch (...) {
-            throwAsError("label");
-        }
-    };
-    const long before = liveBlocks;
-    EXPECT_FALSE(err_attempt(guarded));
-    EXPECT_EQ(liveBlocks, before);
-}
 
 /// Runs in this process. Returns: the blocks in use and the open files after that.
 std::pair<long, long> HeldAfterRun(const std::string& configuration, const std::string& plugin, int status) {

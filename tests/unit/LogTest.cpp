@@ -76,6 +76,9 @@ TEST(Message, TimesAreThoseOfTheClock) {
     };
     const std::string before = clock(), now = MessageTime::GetUTCNow().ToString().substr(0, before.size());
     EXPECT_THAT(now, testing::AllOf(testing::Ge(before), testing::Le(clock())));
+    const unsigned ticks = getTicks();
+    usleep(2000);
+    EXPECT_NE(getTicks(), ticks);
 }
 
 TEST(Message, ParametersAndCausesStandInside) {
@@ -125,26 +128,19 @@ struct PlainError : VError {
 
 TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
     PlainError error;
-    EXPECT_FALSE(error.IsError());
-    for (const auto& [value, text, isError] :
-         {std::tuple(0U, "", false), {0U, "x", true}, {0U, "\x80", false}, {5U, "", true}}) {
-        error.SetError(60, value, VString(text));
-        EXPECT_EQ(error.IsError(), isError) << value << text;
-        EXPECT_EQ(error.GetErrVal(), static_cast<int>(value));
-    }
-    error.SetError(60, 0, 7U);
-    error.CopyFrom(&error);
-    EXPECT_TRUE(error.IsError()) << "detail";
     VI18NError none;
-    none.CopyFrom(&none);
-    none.LogShow();
-    EXPECT_FALSE(none.IsError());
-}
-
-TEST(ErrorDeathTest, MisuseStopsTheProcess) {
-    EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
-    EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
-    EXPECT_DEATH(flushLog(nullptr), "Mis/Log.cpp:.*pThis != nullptr");
+    const auto state = [&] { return std::to_string(error.IsError()) + ' ' + std::to_string(error.GetErrVal()); };
+    const Calls calls = {
+        {"isError", [&] { return error.IsError(); }},
+        {"set", {[&](unsigned value, const char* text) { error.SetError(60, value, VString(text)); }, state}},
+        {"setDetail", {[&](unsigned detail) { error.SetError(60, 0, detail); }, state}},
+        {"copyItself", {[&] { error.CopyFrom(&error); }, state}},
+        {"copyNull", [&] { error.CopyFrom(nullptr); }},
+        {"copyNone", [&] { return none.CopyFrom(&none), none.LogShow(), none.IsError(); }},
+        {"caught", [] { err_caught(); }},
+        {"flushNull", [] { flushLog(nullptr); }},
+    };
+    MakeCalls("Error", calls);
 }
 
 /// What is counted of records with these letters.
@@ -219,13 +215,25 @@ TEST_F(LogTest, StampsFollowTheTimeZone) {
     EXPECT_STRNE(stamps[0], stamps[1]);
 }
 
+/// After which lines the block got longer on the disk. Before line 70 its last flush gets old.
+std::string FlushedAt(logblk& block) {
+    const logopt options = {0, nullptr, false, &block};
+    std::string line = "x", flushed;
+    block.flushEveryLine = 0;
+    for (int number = 1; number <= 410; ++number) {
+        const auto before = fs::file_size(block.path);
+        block.lastFlush -= number == 70 ? 5001 : 0;
+        I18N_log_show(&line, &options, 'I');
+        flushed += fs::file_size(block.path) > before && number > 48 ? std::to_string(number) + ' ' : "";
+    }
+    EXPECT_EQ(flushExpiredLines(&block), 0U);
+    return flushed;
+}
+
 TEST_F(LogTest, OpensRotatesAndCounts) {
     VI18NError error(60, 7947, SeveritySixth);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> full(std::fopen("/dev/full", "w"), std::fclose);
-    std::setvbuf(full.get(), nullptr, _IONBF, 0);
-    logblk fullBlock = {full.get(), 0, 0, 1, "/dev/full"};
-    logopt fullOptions = {0, nullptr, false, &fullBlock};
-    std::string line = "line\n";
+    logblk block = {nullptr, 0, 0, 1, ""};
+    logopt options = {};
     logopt kept = {};
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> keptFile(nullptr, std::fclose);
     const Calls calls = {
@@ -242,7 +250,27 @@ TEST_F(LogTest, OpensRotatesAndCounts) {
         {"withLetter", [&](const char* letter) { return error.LogShow(&g_logopt, letter), error.GetErrVal(); }},
         {"text", [](std::size_t size) { return gui_show(0, std::string(size, 'x').data()); }},
         {"textToLimit", [](S file) { return gui_show(0, std::string(32768 - 13 - fs::file_size(file), 'x').data()); }},
-        {"textOnFull", [&] { return I18N_log_show(&line, &fullOptions, 'I'); }},
+        {"foreign", [] { std::fputs("by another\n", logfp); }},
+        {"flush", batutil_FlushLog},
+        {"openBlock",
+         [&](S file) {
+             block = {std::fopen(file.c_str(), "w"), 0, 0, 1, ""};
+             std::setvbuf(block.fp, nullptr, file == "/dev/full" ? _IONBF : _IOFBF, 0);
+             file.copy(block.path, file.size());
+         }},
+        {"closeBlock", [&] { return std::fclose(block.fp); }},
+        {"flushedAt", [&] { return FlushedAt(block); }},
+        {"options",
+         [&](int flags, const char* user, bool console, bool hasBlock) {
+             options = {flags, user, console, hasBlock ? &block : nullptr};
+         }},
+        {"show",
+         [&](std::size_t size, bool hasOptions) {
+             std::string line(size, 'x');
+             testing::internal::CaptureStdout();
+             const int result = I18N_log_show(&line, hasOptions ? &options : nullptr, 'I');
+             return std::to_string(result) + " " + std::to_string(testing::internal::GetCapturedStdout().size());
+         }},
         {"endsWithText",
          [](S file) {
              const auto text = testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+");
@@ -254,54 +282,6 @@ TEST_F(LogTest, OpensRotatesAndCounts) {
         {"count", Counted},
     };
     MakeCalls("Log", calls);
-}
-
-TEST_F(LogTest, LinesGoWhereTheOptionsSayAndAreFlushedByCountAndByAge) {
-    const auto size = [this] { return fs::file_size(m_dir / "block"); };
-    logblk block = {std::fopen((m_dir / "block").c_str(), "w"), 0, 0, 1, "block"};
-    constexpr std::size_t length = 1023;
-    constexpr std::size_t shown = sizeof "Nov13 02:31 " + length;
-    std::string line(length, 'x');
-    // clang-format off
-    const struct { const char* name; logopt options; std::size_t output, inBlock; } cases[] = {
-        {"console", {0, nullptr, true,  &block},  shown, 0},      {"neither", {0, nullptr, false, nullptr}, shown, 0},
-        {"nowhere", {1, nullptr, false, nullptr}, 0,     0},      {"cut",     {0, "agent", false, &block},  0,     1022},
-        {"block",   {0, nullptr, false, &block},  0,     length},
-    };
-    // clang-format on
-    for (const auto& [name, options, output, inBlock] : cases) {
-        const auto before = size();
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 1) << name;
-        EXPECT_EQ(testing::internal::GetCapturedStdout().size(), output) << name;
-        EXPECT_EQ(size() - before, inBlock) << name;
-    }
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(I18N_log_show(&line, nullptr, 'I'), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout().size(), shown) << "without options";
-    block.flushEveryLine = 0;
-    line = "x";
-    std::string flushed;
-    for (int number = 1; number <= 410; ++number) {
-        const auto before = size();
-        block.lastFlush -= number == 70 ? 5001 : 0;
-        I18N_log_show(&line, &std::end(cases)[-1].options, 'I');
-        flushed += size() > before && number > 48 ? std::to_string(number) + ' ' : "";
-    }
-    EXPECT_EQ(flushed, "49 50 70 200 400 ");
-    EXPECT_EQ(flushExpiredLines(&block), 0U);
-    std::fclose(block.fp);
-    Open();
-    std::fputs("?by another\n", logfp);
-    batutil_FlushLog();
-    EXPECT_EQ(Lines().size(), 2U);
-    for (std::size_t records = 3; records < 99; ++records) {
-        Message::LogMsg(1, "UTIL", SeverityError);
-        EXPECT_EQ(Lines().size(), records) << "a run log is written record by record";
-    }
-    const unsigned before = getTicks();
-    usleep(2000);
-    EXPECT_NE(getTicks(), before);
 }
 
 } // namespace
