@@ -99,11 +99,10 @@ TEST(Files, AreWrittenComparedAndDeleted) {
         {"isFile", [](S path, S file) { return sys_isSameFile(path, file, FileStatus()); }},
         {"makePath", CreateUnixPath},
         {"makeDirectory",
-         [](const char* path, bool named, bool withHeader) {
-             std::string name(100, 'x');
-             const int result =
-                 dsk_credir(nullptr, path, 0, withHeader ? &name : nullptr, named ? name.data() : nullptr, 0);
-             return std::to_string(result) + ' ' + name.c_str();
+         [](const char* path, bool isNamed, bool hasHeader) {
+             char name[100] = "before";
+             const int result = dsk_credir(nullptr, path, 0, hasHeader ? name : nullptr, isNamed ? name : nullptr, 0);
+             return std::to_string(result) + ' ' + name;
          }},
         {"delete", sys_delete},
         {"log", [] { return batutil_LogOpen(".", "log", 1, false); }},
@@ -161,7 +160,7 @@ TEST(Classlib, TextsAndPaths) {
 
 /// The bytes of a signature, which it takes over.
 std::string Bytes(unsigned char* binary) {
-    const std::string bytes = binary == nullptr ? "none" : std::string(binary, binary + Signature::SIGNATURE_SIZE);
+    std::string bytes = binary == nullptr ? "none" : std::string(binary, binary + Signature::SIGNATURE_SIZE);
     Signature::free_binary(binary);
     return bytes;
 }
