@@ -85,6 +85,7 @@ using S = const std::string&;
 const Calls onFiles = {
     {"write",     WriteFile},
     {"fill",      [](S file, std::size_t size) { WriteFile(file, std::string(size, 'x')); }},
+    {"resize",    [](S file, std::size_t size) { fs::resize_file(file, size); }},
     {"content",   ReadFile},
     {"size",      [](S file)             { return fs::file_size(file); }},
     {"age",       [](S file, int seconds) { fs::last_write_time(file, Now() - std::chrono::seconds(seconds)); }},

@@ -88,7 +88,6 @@ TEST(Files, AreWrittenComparedAndDeleted) {
         {"save", [](S file, S text) { return sys_writeFile(file, text); }},
         {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'm')); }},
         {"saveLimited", SaveLimited},
-        {"hole", [](S file, std::size_t size) { fs::resize_file(file, size); }},
         {"openOutput", [](S file) { return sys_openOutput(file, O_WRONLY, 0600).file.IsOpen(); }},
         {"chain",
          [](int links) {

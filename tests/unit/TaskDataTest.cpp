@@ -12,6 +12,7 @@
 #include <optional>
 #include <random>
 #include <regex>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -20,21 +21,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using S = const std::string&;
-
-constexpr int keyTimeZone = 102;
-constexpr int keyDiagnostics = 103;
-constexpr int keyPassword = 104;
-constexpr int keyOperatorMode = 106;
-constexpr int keyPriority = 107;
-constexpr int keyUsePasswordFile = 108;
-constexpr int keyDescription = 213;
-constexpr int keyLogDetail = 402;
-constexpr int keyLogFormat = 403;
-constexpr int keyInclude = 1003;
-constexpr int keyOracleType = 1202;
-constexpr int keyBiosType = 20400;
-constexpr int keySoftwareOs = 23100;
-constexpr int keyStockPart = 81000;
 
 /// The value of a key, "none" when it has no entry.
 std::string Value(const VTaskData& data, int key) {
@@ -45,12 +31,12 @@ std::string Value(const VTaskData& data, int key) {
 
 TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
     TaskEntries entries;
-    entries.Append(VTDEntry(keyDescription, "", 671, 1));
-    EXPECT_DEATH(entries.Append(VTDEntry(keyDescription, "", 671, 1)), "TaskEntries.cpp:.*added");
+    entries.Append(VTDEntry(213, "", 671, 1));
+    EXPECT_DEATH(entries.Append(VTDEntry(213, "", 671, 1)), "TaskEntries.cpp:.*added");
     std::string text(3U << 20, 'x'), buffer = text.substr(0, 2U << 20);
     const std::string_view beyond(buffer.data(), text.size());
     for (const std::string_view foreign : {std::string_view(text), beyond}) {
-        EXPECT_DEATH(VTDEntry(keyDescription, "", 671, 1).SetValue(foreign, &buffer), "TaskEntry.cpp:.*buffer");
+        EXPECT_DEATH(VTDEntry(213, "", 671, 1).SetValue(foreign, &buffer), "TaskEntry.cpp:.*buffer");
     }
 }
 
@@ -127,12 +113,14 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
         {"read", [&](std::string text) { return data->Deserialize(text, false); }},
         {"readAndApply", [&](std::string text) { return data->Deserialize(text, true); }},
         {"line", [&](S line) { return data->ParseLine(line, false); }},
-        {"write",
+        {"text",
          [&] {
              std::string text;
              return data->Serialize(text), text;
          }},
         {"errorLine", [&] { return data->GetErrorLine(); }},
+        {"load", [](S file) { return VTaskData(file, true).LoadFile("", true); }},
+        {"save", [&](S file) { return data->SaveToFile(file); }},
         {"comment", [&](S text) { return data->SetComment(text); }},
         {"isSigned",
          [&] {
@@ -157,29 +145,24 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
 
 // Entries without names compare by number with all others, in which three can compare in a circle.
 TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
-    std::vector<int> keys = {63552, keyBiosType + 10, 212, keyDescription};
+    std::vector<int> keys = {63552, 20410, 212, 213};
     for (int i = 1; i < 100; ++i) {
-        keys.insert(keys.end(), {keyBiosType + i, keySoftwareOs + i, keyStockPart + i});
+        keys.insert(keys.end(), {20400 + i, 23100 + i, 81000 + i});
     }
-    std::string first;
+    std::set<std::string> texts;
     for (int order = 0; order < 3; ++order) {
+        std::shuffle(keys.begin(), keys.end(), std::mt19937(11));
         VTaskData data("", true);
         for (const int key : keys) {
-            data.SetString(key, "<" + std::to_string(key), true);
+            data.SetString(key, std::to_string(key), true);
         }
-        for (const char* time : {"first", "second"}) {
+        for (int time = 0; time < 2; ++time) {
             std::string text;
-            data.Serialize(text);
-            first = first.empty() ? text : first;
-            EXPECT_EQ(text, first) << time << " text of order " << order;
+            EXPECT_GT(data.Serialize(text), 300);
+            texts.insert(text);
         }
-        std::shuffle(keys.begin(), keys.end(), std::mt19937(11));
     }
-    EXPECT_LT(first.find("<213"), first.find("<20401")) << "of those with and without names, the lower key first";
-    for (const int key : keys) {
-        const bool named = key < keyBiosType || key > keySoftwareOs + 100;
-        EXPECT_NE(first.find((named ? " = <" : "\n<") + std::to_string(key) + "\r\n"), std::string::npos) << key;
-    }
+    EXPECT_EQ(texts.size(), 1U);
 }
 
 /// What a file of this text becomes when it is loaded and saved.
@@ -230,17 +213,6 @@ TEST(TaskFile, BadFilesAreRefusedAtTheirLine) {
     }
 }
 
-TEST(TaskFile, WhatCannotBeReadIsNoSyntaxError) {
-    const TempDir dir;
-    WriteFile(dir / "large", "Description = x\n//");
-    VTaskData data(dir / "large", true);
-    for (const auto& [above, result] : {std::pair(0U, 1), {1U, -1}}) {
-        fs::resize_file(dir / "large", (64U << 20) + above);
-        EXPECT_EQ(data.LoadFile("", true), result) << above << " bytes above the limit";
-    }
-    EXPECT_EQ(data.SaveToFile(dir / "no/directory"), -1);
-}
-
 // A long value is copied unless it takes most of the text.
 TEST(TaskFile, ALongValueIsPutTogetherWhole) {
     const std::string half(600000, 'h');
@@ -252,8 +224,8 @@ TEST(TaskFile, ALongValueIsPutTogetherWhole) {
             std::string text = "Description = first\nDescription = ";
             text.append(value).append(" // comment\nTime_Zone = ").append(second);
             EXPECT_TRUE(data.Deserialize(text, false));
-            EXPECT_EQ(Value(data, keyDescription), whole);
-            EXPECT_EQ(Value(data, keyTimeZone), zone);
+            EXPECT_EQ(Value(data, 213), whole);
+            EXPECT_EQ(Value(data, 102), zone);
         }
     }
 }
