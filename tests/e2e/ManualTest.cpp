@@ -123,8 +123,7 @@ TEST(Manual, RecipesDoWhatTheyPromise) {
         std::string script = Blocks(recipes).at(0) + Blocks(Part(recipes, ".Ss ", title)).at(0);
         script.replace(script.find("/opt/"), 5, "'" + dir / "" + "'");
         script.replace(script.find("/var/backups/agent-plugin"), 25, "'" + dir / "backup" + "'");
-        const std::string tools = std::filesystem::path(TOOL).parent_path();
-        const Outcome outcome = RunProgram({"/bin/sh", "-c", script}, {"PATH=" + tools + ":/usr/bin:/bin"});
+        const Outcome outcome = RunShell(script);
         EXPECT_TRUE(std::regex_match(outcome.output, std::regex(output))) << title << "\n" << outcome.output;
         EXPECT_EQ(outcome.errors, "") << title;
         EXPECT_EQ(ReadFile(dir / "agent/Global.qxc"), after) << title;

@@ -66,6 +66,13 @@ Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::strin
     return RunProgram(arguments, environment);
 }
 
+Outcome RunShell(const std::string& script, std::vector<std::string> environment) {
+    const std::string tools = std::filesystem::path(TOOL).parent_path();
+    environment.insert(environment.end(), {"PATH=" + tools + ":/usr/bin:/bin", "LC_ALL=C"});
+    // When the time is up, this also ends what the shell has started.
+    return RunProgram({"/usr/bin/timeout", "50", "/bin/sh", "-c", script}, environment);
+}
+
 std::vector<char*> Pointers(std::vector<std::string>& words) {
     std::vector<char*> pointers(words.size() + 1);
     for (std::size_t i = 0; i < words.size(); ++i) {

@@ -34,6 +34,9 @@ Outcome RunProgram(const std::vector<std::string>& command, const std::vector<st
 /// Runs the tool with these arguments.
 Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment = {});
 
+/// Runs commands in a shell that finds the tool by its name.
+Outcome RunShell(const std::string& script, std::vector<std::string> environment = {});
+
 /// The words as main() takes them. They must outlive the result.
 std::vector<char*> Pointers(std::vector<std::string>& words);
 

@@ -1,0 +1,76 @@
+// Plays the shell sessions in tests/data/transcripts: each command must give what stands below it.
+
+#include "tests/support/Process.h"
+#include "tests/support/Records.h"
+#include "tests/support/TempDir.h"
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A command, which may continue over several lines, and its output.
+const std::regex step(R"(  \$ (.*(?:\n  > .*)*)\n((?:  (?![$>] ).*\n)*))");
+/// Stands in the output of a session before and after the exit status of each command.
+constexpr char mark = '\036';
+
+/// What a command printed, as a transcript shows it: a log record in its short form, an exit status other than 0 last.
+std::string Shown(const std::string& output, const std::string& status) {
+    std::string shown;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        line = line.starts_with("<M ") ? Records(line).at(0) : line;
+        shown += "  " + line + (lines.eof() ? " (no end of line)\n" : "\n");
+    }
+    return status == "0" ? shown : shown + "  [" + status + "]\n";
+}
+
+std::set<std::string> Names() {
+    std::set<std::string> names;
+    for (const auto& file : fs::directory_iterator(TEST_DATA "/transcripts")) {
+        if (file.path().extension() == ".txt") {
+            names.insert(file.path().stem());
+        }
+    }
+    return names;
+}
+
+class Transcript : public testing::TestWithParam<std::string> {};
+
+TEST_P(Transcript, IsWhatHappens) {
+    const std::string transcript = ReadFile(TEST_DATA "/transcripts/" + GetParam() + ".txt");
+    const std::vector<std::smatch> steps(std::sregex_iterator(transcript.begin(), transcript.end(), step), {});
+    ASSERT_THAT(std::regex_replace(transcript, step, ""), testing::Not(testing::HasSubstr("\n "))) << "belongs nowhere";
+
+    const TempDir dir;
+    fs::create_directory_symlink(TEST_DATA "/global", dir / "data");
+    WriteFile(dir / "session/agent/Global.qxc", ReadFile(TEST_DATA "/global/Global.qxc"));
+    const std::string scratch = fs::canonical(dir / "session");
+    std::string script = "exec 2>&1; cd '" + scratch + "' || exit\n";
+    for (const std::smatch& command : steps) {
+        script += std::regex_replace(command.str(1), std::regex("\n  > "), "\n") + "\nprintf '\\036%s\\036' $?\n";
+    }
+    std::istringstream outputs(RunShell(script, {"DATA=../data", "NODE=" + NodeName()}).output);
+
+    std::string expected;
+    std::string played;
+    for (const std::smatch& command : steps) {
+        std::string output;
+        std::string status = "did not end";
+        std::getline(std::getline(outputs, output, mark), status, mark);
+        const std::string typed = command.prefix().str() + "  $ " + command.str(1) + "\n";
+        const std::string text = std::regex_replace(command.str(2), std::regex("\\$PWD"), scratch);
+        expected += typed + std::regex_replace(text, std::regex("\\$NODE"), NodeName());
+        played += typed + Shown(output, status);
+    }
+    EXPECT_EQ(expected, played);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Transcript, testing::ValuesIn(Names()), [](const auto& test) { return test.param; });
+
+} // namespace
