@@ -48,31 +48,6 @@ Outcome Child::Wait() {
             ReadFile(m_scratch / "output"), ReadFile(m_scratch / "errors")};
 }
 
-Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-    return Child([words = command, &environment]() mutable {
-               // A leak must not pass for a run that failed.
-               putenv(const_cast<char*>("ASAN_OPTIONS=exitcode=99"));
-               for (const std::string& setting : environment) {
-                   putenv(const_cast<char*>(setting.c_str()));
-               }
-               execv(words[0].c_str(), Pointers(words).data());
-               return 127;
-           })
-        .Wait();
-}
-
-Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment) {
-    arguments.insert(arguments.begin(), TOOL);
-    return RunProgram(arguments, environment);
-}
-
-Outcome RunShell(const std::string& script, std::vector<std::string> environment) {
-    const std::string tools = std::filesystem::path(TOOL).parent_path();
-    environment.insert(environment.end(), {"PATH=" + tools + ":/usr/bin:/bin", "LC_ALL=C"});
-    // When the time is up, this also ends what the shell has started.
-    return RunProgram({"/usr/bin/timeout", "50", "/bin/sh", "-c", script}, environment);
-}
-
 std::vector<char*> Pointers(std::vector<std::string>& words) {
     std::vector<char*> pointers(words.size() + 1);
     for (std::size_t i = 0; i < words.size(); ++i) {

@@ -28,15 +28,6 @@ private:
     const pid_t m_process;
 };
 
-/// Runs a program to its end. `environment` holds further "NAME=value" texts.
-Outcome RunProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
-
-/// Runs the tool with these arguments.
-Outcome RunTool(std::vector<std::string> arguments, const std::vector<std::string>& environment = {});
-
-/// Runs commands in a shell that finds the tool by its name.
-Outcome RunShell(const std::string& script, std::vector<std::string> environment = {});
-
 /// The words as main() takes them. They must outlive the result.
 std::vector<char*> Pointers(std::vector<std::string>& words);
 
