@@ -6,17 +6,13 @@
 #include "classlib/Signature.h"
 #include "classlib/String.h"
 #include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstring>
 #include <functional>
-#include <map>
-#include <numeric>
 #include <random>
-#include <regex>
 #include <set>
 #include <span>
 #include <sstream>
@@ -49,19 +45,6 @@ TEST(Catalogue, HoldsPluginsAndModules) {
         modules += std::string(msg_mod2str(module)) + '\n';
     }
     EXPECT_EQ(txccl::Signature::of(modules), "2ceb0c3b1e900ff3650e62146707c18379bedf8e");
-}
-
-TEST(Catalogue, StandsInTheManual) {
-    const auto row = [](const std::string& name, int code, const std::string& library) {
-        const std::string text = name + " Ta " + Plugins::plugin_description[code] + " Ta";
-        return ".It " + text + (library.empty() ? "\n" : " " + library + "\n");
-    };
-    std::set<std::string> rows = {row("ORACLE_8I_SOLARIS", Plugins::ORACLE_8I_SOLARIS, Plugins::oracle_8i_solaris_dll)};
-    for (int code = 0; code < Plugins::UNDEFINED; ++code) {
-        rows.insert(row(Plugins::plugin_names[code], code, Plugins::dll_names[code]));
-    }
-    const std::string table = std::accumulate(rows.begin(), rows.end(), std::string(" Ta Sy Library\n")) + ".El\n";
-    EXPECT_THAT(ReadFile(MANUAL "/PlugSetter.8"), testing::HasSubstr(table));
 }
 
 const std::span<const _TOInfo> rows(taskOptions, 497);
@@ -132,25 +115,6 @@ TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
         ASSERT_EQ(KeyTable::FirstNamed(name, version, type, &found), named) << name;
         ASSERT_EQ(named == nullptr ? index : found, index) << name;
     }
-}
-
-TEST(KeyTable, StandsInTheManual) {
-    const std::map<std::string, std::string> kinds = {{"#H", "heading"},  {"#S", "string"},  {"#P", "password"},
-                                                      {"#R", "raw data"}, {"#B", "boolean"}, {"#N", "number"}};
-    std::vector<std::string> shown;
-    for (const _TOInfo& row : rows) {
-        const auto kind = kinds.find(row.typeSpec);
-        const std::string names = std::regex_replace(row.typeSpec + 1, std::regex("/"), ", ");
-        const std::string label = row.description;
-        shown.push_back((*row.keyName == '\0' ? "(no name)" : row.keyName + std::string()) + "\n" + label +
-                        (label.empty() ? "" : ": ") + (kind == kinds.end() ? "one of " + names : kind->second) +
-                        "; versions " + std::to_string(row.minVersion) + "\\(en" + std::to_string(row.maxVersion) +
-                        ", " + (row.typeMask == 0xffff ? "all types" : "type " + std::to_string(row.typeMask)));
-    }
-    const std::string page = std::regex_replace(ReadFile(KEYS_PAGE), std::regex("\\\\&"), "");
-    const std::regex item("\\.It (.*\n.*)");
-    const std::vector<std::string> items(std::sregex_token_iterator(page.begin(), page.end(), item, 1), {});
-    EXPECT_THAT(items, testing::UnorderedElementsAreArray(shown));
 }
 
 } // namespace
