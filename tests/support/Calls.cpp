@@ -1,5 +1,6 @@
 #include "tests/support/Calls.h"
 
+#include "Mis/Log.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/VError.h"
 #include "tests/support/Records.h"
@@ -85,6 +86,7 @@ using S = const std::string&;
 const Calls onFiles = {
     {"write",     WriteFile},
     {"fill",      [](S file, std::size_t size) { WriteFile(file, std::string(size, 'x')); }},
+    {"sample",    [](S name)             { fs::copy_file(TEST_DATA "/" + name, fs::path(name).filename()); }},
     {"resize",    [](S file, std::size_t size) { fs::resize_file(file, size); }},
     {"content",   ReadFile},
     {"size",      [](S file)             { return fs::file_size(file); }},
@@ -101,6 +103,8 @@ const Calls onFiles = {
     {"access",    AccessOf},
     {"rights",    [](S name)             { return AccessOf(name).substr(0, AccessOf(name).find(' ')); }},
     {"umask",     [](mode_t mask)        { umask(mask); }},
+    {"log",       []                     { return batutil_LogOpen(".", "log", 1, false); }},
+    {"closeLog",  batutil_LogClose},
     {"records",   RecordsIn},
     // Root becomes somebody else, whom rights bind; anybody else stays.
     {"asUser",    []                     { return getuid() == 0 ? seteuid(65534) : 0; }},

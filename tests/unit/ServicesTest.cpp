@@ -1,5 +1,4 @@
 #include "Mis/BinStrm.h"
-#include "Mis/Log.h"
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileStatus.h"
@@ -104,8 +103,6 @@ TEST(Files, AreWrittenComparedAndDeleted) {
              return std::to_string(result) + ' ' + name;
          }},
         {"delete", sys_delete},
-        {"log", [] { return batutil_LogOpen(".", "log", 1, false); }},
-        {"closeLog", batutil_LogClose},
         {"hasEntry", txccl::File::exists},
         {"stdOpens", [](const char* file, const char* mode) { return sys_fopen(file, mode, 0) != nullptr; }},
         {"error", [] { return errno; }},

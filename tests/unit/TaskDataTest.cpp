@@ -1,9 +1,7 @@
 #include "Mis/TaskData.h"
 
-#include "Mis/Log.h"
 #include "Mis/TaskKeys.h"
 #include "tests/support/Calls.h"
-#include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
 #include <algorithm>
@@ -29,15 +27,27 @@ std::string Value(const VTaskData& data, int key) {
     return found == 0 && value.empty() ? "none" : value;
 }
 
-TEST(TaskEntriesDeathTest, MisuseStopsTheProcess) {
-    TaskEntries entries;
-    entries.Append(VTDEntry(213, "", 671, 1));
-    EXPECT_DEATH(entries.Append(VTDEntry(213, "", 671, 1)), "TaskEntries.cpp:.*added");
+/// A value from a text that is not in the buffer said to hold it, or goes beyond its end.
+void SetForeignValue(bool isBeyond) {
     std::string text(3U << 20, 'x'), buffer = text.substr(0, 2U << 20);
     const std::string_view beyond(buffer.data(), text.size());
-    for (const std::string_view foreign : {std::string_view(text), beyond}) {
-        EXPECT_DEATH(VTDEntry(213, "", 671, 1).SetValue(foreign, &buffer), "TaskEntry.cpp:.*buffer");
+    VTDEntry(213, "", 671, 1).SetValue(isBeyond ? beyond : std::string_view(text), &buffer);
+}
+
+void AppendTwice() {
+    TaskEntries entries;
+    for (int i = 0; i < 2; ++i) {
+        entries.Append(VTDEntry(213, "", 671, 1));
     }
+}
+
+/// The number and the text of the line at which a file is refused.
+std::string Refused(const std::string& file) {
+    VTaskData data(file, true);
+    std::string line;
+    EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0);
+    data.GetErrorLine(line);
+    return std::to_string(data.GetErrorLine()) + ' ' + line;
 }
 
 /// How two entries compare, which all operators say alike.
@@ -119,6 +129,9 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
              return data->Serialize(text), text;
          }},
         {"errorLine", [&] { return data->GetErrorLine(); }},
+        {"refused", Refused},
+        {"setForeignValue", SetForeignValue},
+        {"appendTwice", AppendTwice},
         {"load", [](S file) { return VTaskData(file, true).LoadFile("", true); }},
         {"save", [&](S file) { return data->SaveToFile(file); }},
         {"comment", [&](S text) { return data->SetComment(text); }},
@@ -190,26 +203,6 @@ TEST(TaskFile, PairsAreRewrittenAndStayAsTheyAre) {
         const bool settles = name == "continuation" && text == out;
         EXPECT_EQ(Resaved(text), settles ? Resaved(Resaved(text)) : out) << file;
         EXPECT_EQ(Resaved(WithLineFeeds(text)), Resaved(text)) << file;
-    }
-}
-
-TEST(TaskFile, BadFilesAreRefusedAtTheirLine) {
-    const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/bad"), {});
-    EXPECT_GE(files.size(), 10U);
-    for (const std::string path : files) {
-        const int number = std::stoi(fs::path(path).filename());
-        std::istringstream lines(WithLineFeeds(ReadFile(path)));
-        std::string line;
-        for (int i = 0; i < number; ++i) {
-            std::getline(lines, line);
-        }
-        const TempDir dir;
-        batutil_LogOpen((dir / "").c_str(), "log", 1, false);
-        EXPECT_EQ(VTaskData(path, true).LoadFromFile("", true, "why", true), 0);
-        batutil_LogClose();
-        std::ostringstream refused;
-        refused << "PARS 4456 E [syntax error " << path << ", line " << number << ": " << line << "] [why]";
-        EXPECT_EQ(Records(ReadFile(dir / "log")).back(), refused.str());
     }
 }
 
