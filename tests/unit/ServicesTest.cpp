@@ -103,6 +103,17 @@ TEST(Files, AreWrittenComparedAndDeleted) {
              return std::to_string(result) + ' ' + name;
          }},
         {"delete", sys_delete},
+        {"keepRoom",
+         [](const char* file, off_t from, off_t size) {
+             return fallocate(Descriptor(open(file, O_RDWR)).Number(), FALLOC_FL_KEEP_SIZE, from, size);
+         }},
+        {"reserve",
+         [](const char* path, off_t size) {
+             const Descriptor file(open(path, O_RDWR));
+             errno = EIO; // an earlier error is none
+             return sys_synchronise(file.Number()) && sys_reserve(file.Number(), FileStatus::Of(path), size);
+         }},
+        {"allocated", [](S file) { return FileStatus::Of(file).Allocated(); }},
         {"hasEntry", txccl::File::exists},
         {"stdOpens", [](const char* file, const char* mode) { return sys_fopen(file, mode, 0) != nullptr; }},
         {"error", [] { return errno; }},
@@ -114,18 +125,6 @@ TEST(Files, AreWrittenComparedAndDeleted) {
     };
     MakeCalls("Files", calls);
     EXPECT_EQ(prs_getprogramsdir(), fs::read_symlink("/proc/self/exe").parent_path() / "");
-}
-
-TEST(Files, ReserveRoomInHoles) {
-    const TempDir dir;
-    WriteFile(dir / "file", "");
-    fs::resize_file(dir / "file", 1U << 20);
-    const Descriptor file(open((dir / "file").c_str(), O_RDWR));
-    EXPECT_EQ(fallocate(file.Number(), FALLOC_FL_KEEP_SIZE, 1L << 20, 1L << 20), 0) << "room that is no hole";
-    errno = EIO;
-    EXPECT_TRUE(sys_synchronise(file.Number())) << "an earlier error is none";
-    EXPECT_TRUE(sys_reserve(file.Number(), FileStatus::Of(file.Number()), 1L << 20));
-    EXPECT_GE(FileStatus::Of(file.Number()).Allocated(), 2L << 20);
 }
 
 TEST(Node, HasAShortName) {

@@ -77,6 +77,17 @@ int KeyOf(const std::string& name) {
     return VTaskData::GetKeyID(name, &key, 671, 1) == (key == 7 ? 0 : 1) ? key : -1;
 }
 
+/// True when long values with a joint are put together whole. They are copied unless they take most of the text.
+bool PutsTogether(const std::string& joint, bool isSecondLong) {
+    const std::string half(600000, 'h');
+    const std::string value = std::string(half).append(joint).append(half), second = isSecondLong ? value : "z";
+    VTaskData data("", true);
+    std::string text = "Description = first\nDescription = ";
+    text.append(value).append(" // comment\nTime_Zone = ").append(second);
+    EXPECT_TRUE(data.Deserialize(text, false));
+    return Value(data, 213) == half + half && Value(data, 102) == (isSecondLong ? half + half : second);
+}
+
 /// What the typed getters say of a value, as far as they answer.
 std::string Typed(const VTaskData& data, int key) {
     bool flag = false;
@@ -129,6 +140,7 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
              return data->Serialize(text), text;
          }},
         {"errorLine", [&] { return data->GetErrorLine(); }},
+        {"putsTogether", PutsTogether},
         {"refused", Refused},
         {"setForeignValue", SetForeignValue},
         {"appendTwice", AppendTwice},
@@ -203,23 +215,6 @@ TEST(TaskFile, PairsAreRewrittenAndStayAsTheyAre) {
         const bool settles = name == "continuation" && text == out;
         EXPECT_EQ(Resaved(text), settles ? Resaved(Resaved(text)) : out) << file;
         EXPECT_EQ(Resaved(WithLineFeeds(text)), Resaved(text)) << file;
-    }
-}
-
-// A long value is copied unless it takes most of the text.
-TEST(TaskFile, ALongValueIsPutTogetherWhole) {
-    const std::string half(600000, 'h');
-    const std::string whole = half + half;
-    for (const char* joint : {"", "\"-\r\n \"", "\"-\""}) {
-        const std::string value = std::string(half).append(joint).append(half);
-        for (const auto& [second, zone] : {std::pair(std::string("z"), std::string("z")), {value, whole}}) {
-            VTaskData data("", true);
-            std::string text = "Description = first\nDescription = ";
-            text.append(value).append(" // comment\nTime_Zone = ").append(second);
-            EXPECT_TRUE(data.Deserialize(text, false));
-            EXPECT_EQ(Value(data, 213), whole);
-            EXPECT_EQ(Value(data, 102), zone);
-        }
     }
 }
 
