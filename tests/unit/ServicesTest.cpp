@@ -94,6 +94,8 @@ TEST(Files, AreWrittenComparedAndDeleted) {
                  fs::create_symlink(std::to_string(i - 1), std::to_string(i));
          }},
         {"same", sys_holdsSame},
+        {"isSameEntry", sys_isSameEntry},
+        {"leadsThrough", sys_leadsThrough},
         {"isFile", [](S path, S file) { return sys_isSameFile(path, file, FileStatus()); }},
         {"makePath", CreateUnixPath},
         {"makeDirectory",
