@@ -3,10 +3,10 @@
 #include "Mis/Unix/WholeFile.h"
 #include "tests/faults/Installation.h"
 
-#include <climits>
+#include <cerrno>
+#include <fstream>
 #include <set>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -27,8 +27,7 @@ std::string WithLongLine(std::string text, std::size_t length) {
 class DiskTest : public Installation {
 protected:
     /// Lays the files and takes all room but this.
-    void LayOnFullDisk(const Case& run, unsigned long freePages) const {
-        std::filesystem::remove(m_filler);
+    void LayOnFullDisk(const Case& run, unsigned long freePages) {
         Lay(run);
         struct statvfs status = {};
         statvfs((m_dir / "").c_str(), &status);
@@ -39,22 +38,20 @@ protected:
     /// the log, if it has room, says why.
     bool IsDone(const Case& run, const Outcome& outcome, bool untouched = false) {
         const bool needsReason = outcome.status == 1 && !run.edited.empty() && Claims(7962);
-        EXPECT_TRUE(!needsReason || Claims(4152)) << ReadFile(m_log);
+        EXPECT_TRUE(!needsReason || Claims(4152));
         const bool wrote = Did([](const Step& step) { return step.call == "write" && step.IsLive(); });
-        EXPECT_TRUE(outcome.status == 0 || !wrote || *run.failing != '\0') << CallsAndLog();
+        EXPECT_TRUE(outcome.status == 0 || !wrote || !run.failing.empty());
         return Check(run, outcome, untouched) == "new";
     }
 
     /// Sets the new bytes to those of a run without a fault.
-    Case WithEdit(Case run) const {
+    Case WithEdit(Case run) {
         Lay(run);
         EXPECT_EQ(Run(run).status, 0);
         run.edited = ReadFile(m_live);
         EXPECT_NE(run.edited, run.live);
         return run;
     }
-
-    const std::string m_filler = m_dir / "filler";
 };
 
 class FullDiskTest : public DiskTest {
@@ -75,8 +72,8 @@ TEST_F(FullDiskTest, FreePages) {
             for (unsigned long freePages = 0; freePages <= 8; ++freePages) {
                 SCOPED_TRACE(freePages);
                 LayOnFullDisk(run, freePages);
-                const long last = canReserve ? 0 : LONG_MAX;
-                seen.insert(IsDone(run, Run(run, {Only(callRoom), 1, last, Effect::fail, EOPNOTSUPP})));
+                const unsigned failing = canReserve ? 0 : Only(callRoom);
+                seen.insert(IsDone(run, Run(run, {failing, Effect::fail, EOPNOTSUPP, true})));
             }
             EXPECT_EQ(seen.size(), run.edited.size() > run.live.size() ? 2U : 1U) << run;
         }
@@ -90,32 +87,25 @@ TEST_F(FullDiskTest, FreePages) {
 TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
     const auto takeAll = [&] {
         const std::string page(pageSize, '\n');
-        const int file = open(m_filler.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        while (write(file, page.data(), page.size()) > 0) {
+        std::ofstream filler(m_filler, std::ios::app);
+        while (filler << page << std::flush) {
         }
-        close(file);
     };
     for (const Case& run : {growth, growthAgain, unregistration, refusal, failedSave}) {
-        Plan plan = {everyCall, 0, LONG_MAX, Effect::act, 0, takeAll};
-        do {
-            ++plan.first;
-            std::filesystem::remove(m_filler);
-            Lay(run);
-            IsDone(run, Run(run, plan));
-        } while (m_plan->injected > 0);
-        EXPECT_GT(plan.first, 50);
+        ForEachCall(run, {everyCall, Effect::act, 0, true, takeAll},
+                    [&](const Outcome& outcome) { IsDone(run, outcome); });
     }
 }
 
 TEST_F(DiskTest, FullDevices) {
     for (const std::string& full : {m_log, m_copy}) {
-        Lay(registration);
+        Lay(growth);
         std::filesystem::create_directories(std::filesystem::path(full).parent_path());
         std::filesystem::create_symlink("/dev/full", full);
-        const Outcome outcome = Run(registration);
+        const Outcome outcome = Run(growth);
         std::filesystem::remove(full);
         EXPECT_EQ(outcome.status, full == m_log ? 0 : 1);
-        EXPECT_EQ(Live(registration), full == m_log ? "new" : "old");
+        EXPECT_EQ(Live(growth), full == m_log ? "new" : "old");
         EXPECT_EQ(Claims(4152), full == m_copy);
     }
 }
@@ -124,9 +114,9 @@ TEST_F(DiskTest, FullDevices) {
 TEST_F(DiskTest, FileSizeLimits) {
     const auto least = growth.live.size();
     const auto enough = growth.edited.size();
-    std::set<rlim_t> limits = {0, 1, 512, least - 1};
-    for (rlim_t limit = least; limit <= enough; limit += limit < least + 9 || limit > enough - 20 ? 1 : 9) {
-        limits.insert(limit);
+    std::vector<rlim_t> limits = {0, 1, 512};
+    for (rlim_t limit = least - 1; limit <= enough; ++limit) {
+        limits.push_back(limit);
     }
     rlimit before = {};
     getrlimit(RLIMIT_FSIZE, &before);

@@ -1,5 +1,6 @@
 #include "tests/faults/Installation.h"
 
+#include "Mis/Unix/FileStatus.h"
 #include "PlugSetter/Run.h"
 #include "tests/support/Records.h"
 
@@ -7,8 +8,11 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <iostream>
 #include <new>
 #include <regex>
+#include <stdexcept>
 
 #include <sched.h>
 #include <sys/mman.h>
@@ -17,6 +21,10 @@
 #include <unistd.h>
 
 namespace {
+
+namespace fs = std::filesystem;
+
+using testing::AnyOf;
 
 /// True when what this process mounts is seen by nobody else and goes with it, however it ends.
 bool HasOwnMounts() {
@@ -48,11 +56,11 @@ extern "C" const char* __asan_default_options() {
 Installation::Installation()
     : m_mounted(HasOwnMounts() && mount("none", (m_dir / "").c_str(), "tmpfs", 0, "size=512k") == 0),
       m_copy(m_dir / "backups/t/" + NodeName() + "/Global.qxc"), m_plan(SharedPlan()) {
-    std::filesystem::current_path(m_dir / "");
+    fs::current_path(m_dir / "");
 }
 
 Installation::~Installation() {
-    std::filesystem::current_path(m_before);
+    fs::current_path("/");
     m_plan->~Plan();
     munmap(m_plan, sizeof(Plan));
     if (m_mounted) {
@@ -60,22 +68,34 @@ Installation::~Installation() {
     }
 }
 
-void Installation::Lay(const Case& run) const {
-    std::filesystem::remove_all(m_dir / "agent");
-    std::filesystem::remove_all(m_dir / "backups");
+void Installation::TearDown() {
+    if (HasFailure()) {
+        std::cout << CallsAndLog();
+    }
+}
+
+void Installation::Lay(const Case& run) {
+    if (HasFailure()) {
+        throw std::runtime_error("the last run is shown below");
+    }
+    for (const auto& entry : fs::directory_iterator(m_dir / "")) {
+        fs::remove_all(entry);
+    }
     WriteFile(m_live, run.live);
-    if (run.place == Case::Place::fifo || run.place == Case::Place::itself) {
-        std::filesystem::create_directories(std::filesystem::path(m_copy).parent_path());
-        for (const std::string& copy : {m_copy, m_namelessCopy}) {
-            run.place == Case::Place::fifo ? static_cast<void>(mkfifo(copy.c_str(), 0600))
-                                           : std::filesystem::create_symlink(m_live, copy);
-        }
-    } else if (!run.earlierCopy.empty()) {
+    fs::permissions(m_live, fs::perms(0600));
+    m_room = FileStatus::Of(m_live).Allocated();
+    if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
     }
     if (run.place == Case::Place::link) {
-        std::filesystem::rename(m_copy, m_copy + ".linked");
-        std::filesystem::create_symlink("Global.qxc.linked", m_copy);
+        fs::rename(m_copy, m_copy + ".linked");
+        fs::create_symlink("Global.qxc.linked", m_copy);
+    } else if (run.place != Case::Place::file) {
+        fs::create_directories(fs::path(m_copy).parent_path());
+        for (const std::string& copy : {m_copy, m_namelessCopy}) {
+            run.place == Case::Place::fifo ? static_cast<void>(mkfifo(copy.c_str(), 0600))
+                                           : fs::create_symlink(m_live, copy);
+        }
     }
 }
 
@@ -93,7 +113,24 @@ std::function<int()> Installation::Tool(std::vector<std::string> arguments, Plan
 Outcome Installation::Run(const Case& run, const Plan& plan) const {
     *m_plan = plan;
     m_plan->failing = run.failing;
-    return Child(Tool({run.option, run.plugin, Agent(run), Backups(run), "run.xlog"}, m_plan)).Wait();
+    const std::string above = run.relative ? "" : m_dir / "";
+    return Child(Tool({run.option, run.plugin, above + "agent", above + "backups/t", "run.xlog"}, m_plan)).Wait();
+}
+
+void Installation::ForEachCall(const Case& run, Plan plan, const std::function<void(const Outcome&)>& judge,
+                               long least) {
+    const char* const byHand = std::getenv("FAULT_CALL");
+    plan.first = byHand == nullptr ? 1 : std::atol(byHand);
+    do {
+        Lay(run);
+        judge(Run(run, plan));
+        ++plan.first;
+    } while (byHand == nullptr && m_plan->WasHit());
+    if (byHand == nullptr) {
+        EXPECT_GT(m_plan->first, least);
+    } else {
+        std::cout << CallsAndLog();
+    }
 }
 
 std::string Installation::Known(const Case& run, const std::string& text) {
@@ -106,56 +143,63 @@ std::string Installation::Known(const Case& run, const std::string& text) {
 }
 
 std::string Installation::Copy(const Case& run) const {
-    const std::string& copy = std::filesystem::exists(m_namelessCopy) ? m_namelessCopy : m_copy;
-    return std::filesystem::is_regular_file(copy) ? Known(run, ReadFile(copy)) : "none";
+    const std::string& copy = fs::exists(m_namelessCopy) ? m_namelessCopy : m_copy;
+    return fs::is_regular_file(copy) ? Known(run, ReadFile(copy)) : "none";
 }
 
-bool Installation::Claims(int number) const {
-    return ReadFile(m_log).find("ID=\"" + std::to_string(number) + "\"") != std::string::npos;
+bool Installation::Claims(int record) const {
+    return ReadFile(m_log).find("ID=\"" + std::to_string(record) + "\"") != std::string::npos;
 }
 
-std::string Installation::BrokenPromises(const Case& run, const Outcome& outcome, bool untouched) const {
-    const std::string live = Live(run);
-    const bool hasCopy = live == "old" || Copy(run) == "old";
-    std::string broken = IsWellFormed(ReadFile(m_log)) ? "" : "; the log is torn";
-    broken += Claims(7945) && live != "old" ? "; the log says that the file was put back" : "";
-    broken += hasCopy ? "" : "; the copy is lost";
-    if (outcome.signal != 0) {
-        const auto sent = {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGQUIT};
-        broken += std::count(sent.begin(), sent.end(), outcome.signal) == 0 ? "; the run crashed or hung"
-                  : live == "old" || outcome.signal == SIGKILL              ? ""
-                                                                            : "; the signal did not wait";
-    } else if (outcome.status == 0) {
-        broken += (live == "new" || (live == "old" && untouched)) ? "" : "; the run succeeded";
-    } else {
-        broken += outcome.status == 1 ? "" : "; no such exit status";
-        // The last record is the command line: without it the log is not whole.
-        broken +=
-            live == "old" || Claims(7943) || !Claims(7962) ? "" : "; the log does not say that the file is spoilt";
-    }
-    return broken;
+bool Installation::IsPrivate(const std::string& path) {
+    return (FileStatus::Of(path).Permissions() & 077U) == 0;
 }
 
-std::string Installation::Check(const Case& run, const Outcome& outcome, bool untouched, bool maySpoil) {
+std::string Installation::Check(const Case& run, const Outcome& outcome, bool untouched, bool maySpoil) const {
     std::string live = Live(run);
-    const bool killed = outcome.signal != 0;
-    const std::string kind = (killed ? "signal " : "exit ") + std::to_string(killed ? outcome.signal : outcome.status) +
-                             ", " + live + (Claims(7945) ? ", put back" : "") + (Claims(7943) ? ", not put back" : "");
-    const std::string broken =
-        BrokenPromises(run, outcome, untouched) + (live == "other" && !maySpoil ? "; the file is spoilt" : "");
-    EXPECT_EQ(broken, "") << kind << "\n" << outcome.output << outcome.errors << CallsAndLog();
+    const bool isOld = live == "old";
+    const bool killed = outcome.signal == SIGKILL;
+    SCOPED_TRACE("the file is " + live + "\n" + outcome.output + outcome.errors);
+    EXPECT_THAT(outcome.signal, AnyOf(0, SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGQUIT)) << "the run crashed or hung";
+    EXPECT_THAT(outcome.status, AnyOf(-1, 0, 1));
+    EXPECT_TRUE(outcome.status >= 0 || isOld || killed) << "the signal did not wait";
+    EXPECT_TRUE(outcome.status != 0 || live == "new" || (isOld && untouched)) << "the run succeeded";
+    // The last record is the command line: without it the log is not whole.
+    EXPECT_TRUE(outcome.status != 1 || isOld || Claims(7943) || !Claims(7962)) << "nothing says that it is spoilt";
+    EXPECT_TRUE(isOld || !Claims(7945)) << "the log says that it was put back";
+    EXPECT_TRUE(live != "other" || maySpoil);
+    EXPECT_TRUE(isOld || Copy(run) == "old") << "the copy is lost";
+    EXPECT_TRUE(IsWellFormed(ReadFile(m_log)));
+    for (const std::string& file : {m_copy, m_namelessCopy, m_log}) {
+        // What is private may be a FIFO, which is not read. A file that is said to be missing has no access to give.
+        EXPECT_TRUE(IsPrivate(file) || ReadFile(file) == run.earlierCopy || m_plan->error == ENOENT) << file;
+    }
+    EXPECT_EQ(LeftBehind(), std::set<std::string>());
     return live;
 }
 
 bool Installation::Did(const std::function<bool(const Step&)>& what) const {
-    return std::any_of(m_plan->steps, m_plan->steps + m_plan->stepCount, what);
+    return std::any_of(m_plan->Steps().begin(), m_plan->Steps().end(), what);
 }
 
+/// The calls of the last run, and its log.
 std::string Installation::CallsAndLog() const {
     std::string text;
-    for (const Step& step : std::vector(m_plan->steps, m_plan->steps + m_plan->stepCount)) {
+    for (const Step& step : m_plan->Steps()) {
         text +=
             std::to_string(step.number) + (step.hit ? " HIT " : " ") + std::string(step.call) + " " + step.path + "\n";
     }
     return text + ReadFile(m_log);
+}
+
+/// The files that no run may make.
+std::set<std::string> Installation::LeftBehind() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {
+        names.insert(entry.is_directory() ? m_live : entry.path().string());
+    }
+    for (const std::string& known : {m_live, m_copy, m_copy + ".linked", m_namelessCopy, m_log, m_filler}) {
+        names.erase(known);
+    }
+    return names;
 }

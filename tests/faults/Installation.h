@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <set>
 
 /// What a run starts from.
 struct Case {
@@ -20,7 +21,7 @@ struct Case {
     Place place = Place::file; ///< what is in the place of the copy
     bool relative = false;     ///< directories are given so
     /// A call of the save that fails, so that the file is put back.
-    const char* failing = "";
+    std::string_view failing = {};
 
     friend std::ostream& operator<<(std::ostream& out, const Case& run) { return out << run.name; }
 };
@@ -37,7 +38,6 @@ inline const std::string withoutComment = registered.substr(registered.find("Bui
 
 // clang-format off
 inline const Case growth =         {"Growth",     "-r", "ORACLE",      withoutComment, registered,   ""};
-inline const Case registration =   {"Register",   "-r", "ORACLE",      original,       registered,   ""};
 inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,       unregistered, longCopy,  Case::Place::file, true};
 inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      rejected,       "",           shortCopy, Case::Place::link};
 inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,       unregistered, "",        Case::Place::file, true, "ftruncate64"};
@@ -50,42 +50,42 @@ class Installation : public testing::Test {
 protected:
     Installation();
     ~Installation() override;
+    void TearDown() override;
 
-    void Lay(const Case& run) const;
-    std::string Agent(const Case& run) const { return (run.relative ? "" : m_dir / "") + "agent"; }
-    std::string Backups(const Case& run) const { return (run.relative ? "" : m_dir / "") + "backups/t"; }
+    /// Ends the test when a run has failed; otherwise lays the files anew.
+    void Lay(const Case& run);
     /// Returns: what a process does to run the tool, under a plan that it shares with this one.
     static std::function<int()> Tool(std::vector<std::string> arguments, Plan* plan);
     Outcome Run(const Case& run, const Plan& plan = {}) const;
+    /// Hits each call in turn until a run is not hit any more, which must make more calls than `least`. Each run finds
+    /// new files and is judged.
+    void ForEachCall(const Case& run, Plan plan, const std::function<void(const Outcome&)>& judge, long least = 50);
 
     /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, or "other".
     static std::string Known(const Case& run, const std::string& text);
     std::string Live(const Case& run) const { return Known(run, ReadFile(m_live)); }
-    /// What the copy holds, or "none". Without a host name it lies one directory up.
+    /// What the copy holds, or "none".
     std::string Copy(const Case& run) const;
-    /// True when the log holds the record.
-    bool Claims(int number) const;
-    /// What is not true when the exit status and the log are compared with the bytes. `untouched`: there is a reason
-    /// for a run that succeeds to leave the file as it was.
-    std::string BrokenPromises(const Case& run, const Outcome& outcome, bool untouched) const;
-    /// Expects no broken promise, and a whole file unless it may be spoilt. Counts the outcome. Returns: what the file
-    /// holds.
-    std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false);
+    bool Claims(int record) const; ///< true when the log holds it
+    static bool IsPrivate(const std::string& path);
     /// True when `what` holds for a call of the last run.
     bool Did(const std::function<bool(const Step&)>& what) const;
-    /// The calls of that run, and the log.
-    std::string CallsAndLog() const;
+    /// Expects that the exit status and the log tell the truth about the bytes, and that nothing is left behind.
+    /// `untouched`: there is a reason for a run that succeeds to leave the file as it was. Returns: what the file
+    /// holds.
+    std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false) const;
 
     const TempDir m_dir;
     const bool m_mounted; ///< m_dir is a file system of its own, in memory; not permitted everywhere
     const std::string m_live = m_dir / "agent/Global.qxc";
     const std::string m_log = m_dir / "agent/run.xlog";
-    const std::string m_namelessCopy = m_dir / "backups/t/Global.qxc";
     const std::string m_copy;
+    const std::string m_namelessCopy = m_dir / "backups/t/Global.qxc"; ///< where it lies without a host name
+    const std::string m_filler = m_dir / "filler";                     ///< what fills the disk
+    off_t m_room = 0;                                                  ///< of the file as it was laid
+    Plan* const m_plan;                                                ///< of the last run
 
 private:
-    const std::filesystem::path m_before = std::filesystem::current_path();
-
-protected:
-    Plan* const m_plan; ///< of the last run
+    std::string CallsAndLog() const;
+    std::set<std::string> LeftBehind() const;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -28,21 +29,6 @@ namespace {
 
 using Path = const char*;
 
-struct File {
-    std::FILE* stream;
-    std::FILE* inner; ///< the C library's own stream, which lends its descriptor
-
-    int Descriptor() const { return NEXT(fileno)(inner); }
-};
-
-File files[8];
-
-/// What a call is about: a path, a descriptor, or a path and whether it is opened for writing.
-struct Opening {
-    Path path;
-    bool writes;
-};
-
 void Describe(Step& step, Path path) {
     std::strncpy(step.path, path, sizeof step.path - 1);
 }
@@ -53,14 +39,8 @@ void Describe(Step& step, int descriptor) {
     static_cast<void>(NEXT(readlink)(link, step.path, sizeof step.path - 1));
 }
 
-void Describe(Step& step, Opening opening) {
-    Describe(step, opening.path);
-    step.writes = opening.writes;
-}
-
 /// Returns: true when the call that is hit is to fail.
 bool ApplyEffect() {
-    ++runPlan->injected;
     if (runPlan->effect == Effect::signal) {
         kill(getpid(), runPlan->error);
     } else if (runPlan->effect == Effect::act) {
@@ -71,103 +51,66 @@ bool ApplyEffect() {
     return runPlan->effect == Effect::fail || runPlan->effect == Effect::half;
 }
 
-/// True for the call that fails besides.
-bool FailsBesides(const Step& step) {
-    const bool fails = step.call == runPlan->failing && step.IsLive();
-    runPlan->failing = fails ? "" : runPlan->failing;
-    return fails;
-}
-
 /// Notes and counts the call. Returns: true when it is to fail; errno is set.
 template <class Subject> bool Hit(Call call, Path name, Subject subject) {
     if (runPlan == nullptr || (call == callMemory && runPlan->calls != Only(callMemory))) {
         return false;
     }
     const int error = errno;
-    static Step beyond;
-    const bool hasRoom = runPlan->stepCount < std::ssize(runPlan->steps);
-    Step& step = hasRoom ? runPlan->steps[runPlan->stepCount] : beyond;
-    step = {0, false, false, name, {}};
+    Plan& plan = *runPlan;
+    // The last step is for calls of memory, which are not kept, and for those beyond the room.
+    Step& step = plan.steps[plan.stepCount];
+    step = {0, false, name, {}};
     if (call != callMemory) {
-        runPlan->stepCount += hasRoom ? 1 : 0;
         Describe(step, subject);
+        plan.stepCount = std::min(plan.stepCount + 1, std::size(plan.steps) - 1);
     }
-    if ((runPlan->calls & Only(call)) != 0) {
-        step.number = ++runPlan->reached;
-        step.hit = step.number >= runPlan->first && step.number <= runPlan->last;
+    if ((plan.calls & Only(call)) != 0) {
+        step.number = ++plan.reached;
+        step.hit = step.number == plan.first || (plan.onwards && plan.WasHit());
     }
-    const bool failsBesides = FailsBesides(step);
+    const bool failsBesides = step.call == plan.failing && step.IsLive();
+    plan.failing = failsBesides ? "" : plan.failing;
     const bool fails = step.hit && ApplyEffect();
-    errno = fails ? runPlan->error : failsBesides ? EIO : error;
+    errno = fails ? plan.error : failsBesides ? EIO : error;
     return fails || failsBesides;
 }
 
 /// True when the call that was hit just now is the one to be done by half.
 bool Halved() {
-    return runPlan->effect == Effect::half && runPlan->injected == 1;
+    return runPlan->effect == Effect::half && runPlan->reached == runPlan->first;
 }
 
-/// What is left of the file, but no more than `size`.
-std::size_t Rest(int descriptor, std::size_t size) {
-    struct stat64 status = {};
-    const off64_t position = NEXT(lseek64)(descriptor, 0, SEEK_CUR);
-    NEXT(fstat64)(descriptor, &status);
-    return std::min(size, static_cast<std::size_t>(std::max<off64_t>(0, status.st_size - position)));
-}
-
-ssize_t ReadSome(int descriptor, void* buffer, std::size_t size) {
-    const bool hit = Hit(callRead, "read", descriptor);
-    return !hit       ? NEXT(read)(descriptor, buffer, size)
-           : Halved() ? NEXT(read)(descriptor, buffer, Rest(descriptor, size) / 2)
-                      : -1;
-}
-
-ssize_t WriteSome(int descriptor, const void* buffer, std::size_t size) {
-    const bool hit = Hit(callWrite, "write", descriptor);
-    return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? size / 2 : size);
+int DescriptorOf(void* cookie) {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
 }
 
 ssize_t Read(void* cookie, char* buffer, std::size_t size) {
-    return ReadSome(static_cast<File*>(cookie)->Descriptor(), buffer, size);
+    return read(DescriptorOf(cookie), buffer, size);
 }
 
 /// Returns: 0, not -1, on failure: a short count sets the stream's error flag.
 ssize_t Write(void* cookie, const char* buffer, std::size_t size) {
-    return std::max<ssize_t>(0, WriteSome(static_cast<File*>(cookie)->Descriptor(), buffer, size));
+    return std::max<ssize_t>(0, write(DescriptorOf(cookie), buffer, size));
 }
 
 int Seek(void* cookie, off64_t* offset, int whence) {
-    const int descriptor = static_cast<File*>(cookie)->Descriptor();
-    *offset = Hit(callOther, "lseek64", descriptor) ? -1 : NEXT(lseek64)(descriptor, *offset, whence);
+    *offset = lseek64(DescriptorOf(cookie), *offset, whence);
     return *offset < 0 ? -1 : 0;
 }
 
 int Close(void* cookie) {
-    File& file = *static_cast<File*>(cookie);
-    const bool fails = file.inner != nullptr && Hit(callOther, "close", file.Descriptor());
-    const int result = file.inner == nullptr ? 0 : NEXT(fclose)(file.inner);
-    file = {};
-    return fails ? -1 : result;
+    return close(DescriptorOf(cookie));
 }
 
-File* FileOf(const std::FILE* stream) {
-    File* const file = std::find_if(files, std::end(files), [&](const File& each) { return each.stream == stream; });
-    return file == std::end(files) ? nullptr : file;
-}
-
-/// A stream around the one that `open` makes. All memory comes first, lest a file be cut for want of it.
-template <class Open> std::FILE* Wrap(Path mode, Open open) {
-    if (runPlan == nullptr) {
-        return open();
+/// A stream around the descriptor, which is still the caller's if there is no memory.
+std::FILE* CountedStream(int descriptor, Path mode) {
+    void* const cookie = reinterpret_cast<void*>(std::intptr_t{descriptor}); // NOLINT(performance-no-int-to-ptr)
+    std::FILE* const stream = fopencookie(cookie, mode, {Read, Write, Seek, Close});
+    if (stream != nullptr) {
+        stream->_fileno = descriptor; // for fileno
     }
-    File* const file = FileOf(nullptr);
-    file->stream = fopencookie(file, mode, {Read, Write, Seek, Close});
-    file->inner = file->stream == nullptr ? nullptr : open();
-    if (file->inner == nullptr) {
-        file->stream == nullptr ? Close(file) : std::fclose(file->stream);
-        return nullptr;
-    }
-    return file->stream;
+    return stream;
 }
 
 } // namespace
@@ -175,27 +118,34 @@ template <class Open> std::FILE* Wrap(Path mode, Open open) {
 extern "C" {
 
 std::FILE* fopen64(Path path, Path mode) {
-    return Wrap(mode, [=] {
-        const Opening opening = {path, std::strpbrk(mode, "wa+") != nullptr};
-        return Hit(callOpen, "fopen64", opening) ? nullptr : NEXT(fopen64)(path, mode);
-    });
+    std::FILE* const plain = Hit(callOpen, "fopen64", path) ? nullptr : NEXT(fopen64)(path, mode);
+    if (runPlan == nullptr || plain == nullptr) {
+        return plain;
+    }
+    const int descriptor = dup(fileno(plain));
+    std::fclose(plain);
+    return CountedStream(descriptor, mode);
 }
 
 std::FILE* fdopen(int descriptor, Path mode) noexcept {
-    return Wrap(mode, [=] { return Hit(callOther, "fdopen", descriptor) ? nullptr : NEXT(fdopen)(descriptor, mode); });
-}
-
-int fileno(std::FILE* stream) noexcept {
-    const File* const file = FileOf(stream);
-    return file == nullptr ? NEXT(fileno)(stream) : file->Descriptor();
+    return runPlan == nullptr                     ? NEXT(fdopen)(descriptor, mode)
+           : Hit(callOther, "fdopen", descriptor) ? nullptr
+                                                  : CountedStream(descriptor, mode);
 }
 
 ssize_t read(int descriptor, void* buffer, std::size_t size) {
-    return ReadSome(descriptor, buffer, size);
+    const bool hit = Hit(callRead, "read", descriptor);
+    const ssize_t count = hit && !Halved() ? -1 : NEXT(read)(descriptor, buffer, size);
+    if (!hit || count < 0) {
+        return count;
+    }
+    NEXT(lseek64)(descriptor, count / 2 - count, SEEK_CUR);
+    return count / 2;
 }
 
 ssize_t write(int descriptor, const void* buffer, std::size_t size) {
-    return WriteSome(descriptor, buffer, size);
+    const bool hit = Hit(callWrite, "write", descriptor);
+    return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? size / 2 : size);
 }
 
 int fallocate64(int descriptor, int mode, off64_t offset, off64_t length) {
@@ -238,9 +188,8 @@ void* malloc(std::size_t size) noexcept {
 int __open64_2(Path, int); // where the compiler checks the flags
 
 // clang-format off
-#define OPENING Opening{p, (flags & (O_WRONLY | O_RDWR)) != 0}
-COUNTED(callOpen,  int,     open64,      (Path p, int flags, mode_t mode),              OPENING, p, flags, mode)
-COUNTED(callOpen,  int,     __open64_2,  (Path p, int flags),                           OPENING, p, flags)
+COUNTED(callOpen,  int,     open64,      (Path p, int flags, mode_t mode),              p,  p, flags, mode)
+COUNTED(callOpen,  int,     __open64_2,  (Path p, int flags),                           p,  p, flags)
 COUNTED(callStat,  int,     stat64,      (Path p, struct stat64* s),                    p,  p, s)
 COUNTED(callStat,  int,     lstat64,     (Path p, struct stat64* s),                    p,  p, s)
 COUNTED(callStat,  int,     fstat64,     (int f, struct stat64* s),                     f,  f, s)

@@ -2,23 +2,24 @@
 ///
 /// A test lays the files, fills in a Plan, and runs the tool in a child process. The plan lies in memory that both
 /// share, so that what is reported in it stands however the run ends. Interposer.cpp stands between the tool and the C
-/// library: during a run under a plan it counts the calls of the sets in `calls`; those numbered `first` to `last`
-/// suffer the `effect`.
+/// library: during a run under a plan it counts the calls of the sets in `calls`; the one numbered `first`, alone or
+/// with all after it, suffers the `effect`.
 ///
 /// A call is one to a function that Interposer.cpp defines for the linker, below `extern "C"`. What the C library calls
-/// inside itself cannot be replaced by name: every stream of a planned run is therefore one whose reads, writes, seeks
-/// and closing are functions of Interposer.cpp. All buffering and all error flags stay the C library's own; a flush
-/// fails by its writes. Two calls are counted and not made: fsync, since only lost power shows what it does, and
-/// nanosleep, so that a minute passes at once.
+/// inside itself cannot be replaced by name: every stream of a planned run is therefore one that reads, writes, seeks
+/// and closes by these functions. All buffering and all error flags stay the C library's own; a flush fails by its
+/// writes. Two calls are counted and not made: fsync, since only lost power shows what it does, and nanosleep, so that
+/// a minute passes at once.
 ///
-/// A test that fails prints the calls of the run with their numbers, and its log. So does one fault that is run by
-/// hand:
+/// A test ends with the first run that is not as it must be, and prints the calls of that run with their numbers, and
+/// its log. So does one fault that is run by hand:
 ///
 ///     FAULT_CALL=31 build/release/tests/faults_tests --gtest_filter='*/Growth_AnyCall'
 
 #pragma once
 
 #include <functional>
+#include <span>
 #include <string_view>
 
 /// The sets of calls.
@@ -41,7 +42,6 @@ enum class Effect {
 struct Step {
     long number; ///< among the calls of the sets, 0 for none of them
     bool hit;
-    bool writes; ///< of an opening: for writing
     std::string_view call;
     char path[256]; ///< as the tool gave it; of a descriptor: the full name of its file
 
@@ -50,21 +50,26 @@ struct Step {
         const std::string_view name = path;
         return name.ends_with("agent/Global.qxc") && name.find("backups/t/") == name.npos;
     }
+    /// True for an opening that does not make a stream.
+    bool IsPlainOpening() const { return call == "open64" || call == "__open64_2"; }
 };
 
 struct Plan {
     unsigned calls = 0;
-    long first = 0; ///< from 1
-    long last = 0;
     Effect effect = Effect::fail;
     int error = 0;                        ///< the errno, or the number of the signal
+    bool onwards = false;                 ///< all calls after the first suffer, too
     std::function<void()> neighbour = {}; ///< for Effect::act
-    std::string_view failing = {};        ///< the first call of this name on the configuration fails besides
-    long injected = 0;                    ///< calls that were hit
-    long slept = 0;                       ///< in milliseconds
-    long reached = 0;
-    long stepCount = 0;
+    long first = 1;
+    std::string_view failing = {}; ///< the first call of this name on the configuration fails besides
+    // What the run reports:
+    long reached = 0; ///< calls of the sets
+    long slept = 0;   ///< in milliseconds
+    std::size_t stepCount = 0;
     Step steps[256] = {};
+
+    bool WasHit() const { return reached >= first; }
+    std::span<const Step> Steps() const { return {steps, stepCount}; }
 };
 
 /// The plan of the run under way in this process, null when there is none.
