@@ -13,39 +13,36 @@
 
 namespace {
 
+using ConcurrencyTest = Installation;
 using Texts = std::vector<std::string>;
 
 const Case emptyFile = {"Empty", "-r", "", "BuildVersion = 6.50\r\nQXCVersion = 650\r\nType = 1\r\n", "", ""};
 
-class ConcurrencyTest : public Installation {
-protected:
-    std::function<int()> Register(const std::string& plugin) const {
-        return Tool({"-r", plugin, m_dir / "agent", m_dir / "backups", plugin + ".xlog"}, nullptr);
+/// The lines of a file, whichever slot each plug-in has got.
+std::multiset<std::string> LinesOf(const std::string& path) {
+    std::multiset<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        lines.insert(line);
     }
-
-    /// The lines of the file, whichever slot each plug-in has got.
-    std::multiset<std::string> Lines() const {
-        std::multiset<std::string> lines;
-        std::ifstream file(m_live);
-        for (std::string line; std::getline(file, line);) {
-            lines.insert(line);
-        }
-        return lines;
-    }
-};
+    return lines;
+}
 
 TEST_F(ConcurrencyTest, KeepsEveryEdit) {
     const Texts plugins = {"ORACLE", "ORACLE_RMAN", "OTM", "SS", "CLUSTER", "VMWARE", "VAULT", "SHAREPOINT"};
+    const auto registration = [&](const std::string& plugin) {
+        return Tool({"-r", plugin, m_dir / "agent", m_dir / "backups", plugin + ".xlog"}, nullptr);
+    };
     Lay(emptyFile);
     for (const std::string& plugin : plugins) {
-        EXPECT_EQ(Child(Register(plugin)).Wait().status, 0);
+        EXPECT_EQ(Child(registration(plugin)).Wait().status, 0);
     }
-    const auto expected = Lines();
+    const auto expected = LinesOf(m_live);
     for (int round = 0; round < 5; ++round) {
         Lay(emptyFile);
         std::map<std::string, Child> runs;
         for (const std::string& plugin : plugins) {
-            runs.try_emplace(plugin, Register(plugin));
+            runs.try_emplace(plugin, registration(plugin));
         }
         for (auto& [plugin, run] : runs) {
             EXPECT_EQ(run.Wait().status, 0);
@@ -53,7 +50,7 @@ TEST_F(ConcurrencyTest, KeepsEveryEdit) {
                 Records(ReadFile(m_dir / "agent/" + plugin + ".xlog")),
                 Texts({"AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]", "UTIL 7953 I [Global.qxc]", "UTIL 7960 I"}));
         }
-        EXPECT_EQ(Lines(), expected);
+        EXPECT_EQ(LinesOf(m_live), expected);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "Mis/Unix/WholeFile.h"
 #include "tests/faults/Installation.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <set>
@@ -14,15 +15,6 @@
 namespace {
 
 constexpr long pageSize = 4096;
-
-/// The copy is there already, so that all room is for saving.
-const Case growthAgain = {"GrowthAgain", "-r", "ORACLE", growth.live, growth.edited, growth.live + "#"};
-
-/// A text of which a run breaks a line.
-std::string WithLongLine(std::string text, std::size_t length) {
-    const std::string key = "Description = ";
-    return text.insert(text.find(key) + key.size(), length, 'x');
-}
 
 class DiskTest : public Installation {
 protected:
@@ -43,15 +35,6 @@ protected:
         EXPECT_TRUE(outcome.status == 0 || !wrote || !run.failing.empty());
         return Check(run, outcome, untouched) == "new";
     }
-
-    /// Sets the new bytes to those of a run without a fault.
-    Case WithEdit(Case run) {
-        Lay(run);
-        EXPECT_EQ(Run(run).status, 0);
-        run.edited = ReadFile(m_live);
-        EXPECT_NE(run.edited, run.live);
-        return run;
-    }
 };
 
 class FullDiskTest : public DiskTest {
@@ -64,9 +47,13 @@ protected:
 };
 
 TEST_F(FullDiskTest, FreePages) {
-    const std::string text = WithLongLine(original, 60000);
-    const Case longGrowth = WithEdit({"LongGrowth", "-r", "ORACLE", text, "", text + "#"});
-    for (const Case& run : {growth, growthAgain, longGrowth, unregistration, refusal}) {
+    // The run breaks the long line, which takes several pages. The copy is there already, so that all room is for them.
+    const std::string text = original + "Description = " + std::string(200000, 'x') + "\r\n";
+    Case longGrowth = {"LongGrowth", "-r", "ORACLE", text, "", text + "#"};
+    Lay(longGrowth);
+    EXPECT_EQ(Run(longGrowth).status, 0);
+    longGrowth.edited = ReadFile(m_live);
+    for (const Case& run : {growth, longGrowth, unregistration, refusal}) {
         for (const bool canReserve : {true, false}) {
             std::set<bool> seen;
             for (unsigned long freePages = 0; freePages <= 8; ++freePages) {
@@ -91,7 +78,7 @@ TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
         while (filler << page << std::flush) {
         }
     };
-    for (const Case& run : {growth, growthAgain, unregistration, refusal, failedSave}) {
+    for (const Case& run : {growth, unregistration, refusal, failedSave}) {
         ForEachCall(run, {everyCall, Effect::act, 0, true, takeAll},
                     [&](const Outcome& outcome) { IsDone(run, outcome); });
     }
@@ -114,13 +101,10 @@ TEST_F(DiskTest, FullDevices) {
 TEST_F(DiskTest, FileSizeLimits) {
     const auto least = growth.live.size();
     const auto enough = growth.edited.size();
-    std::vector<rlim_t> limits = {0, 1, 512};
-    for (rlim_t limit = least - 1; limit <= enough; ++limit) {
-        limits.push_back(limit);
-    }
+    const auto step = [&](rlim_t limit) { return limit + 1 < least ? std::min<rlim_t>(512, least - 1 - limit) : 1; };
     rlimit before = {};
     getrlimit(RLIMIT_FSIZE, &before);
-    for (const rlim_t limit : limits) {
+    for (rlim_t limit = 0; limit <= enough; limit += step(limit)) {
         SCOPED_TRACE(limit);
         Lay(growth);
         const rlimit limited = {limit, before.rlim_max};

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fstream>
+#include <set>
 
 namespace {
 
@@ -80,7 +82,7 @@ protected:
             EXPECT_TRUE(outcome.status != 0 || !isLost);
             EXPECT_FALSE(Claims(7945) && isLiveLost && many);
         }
-        const bool mayRemoveCopy = m_case.earlierCopy.empty() || m_fault.error == EACCES;
+        const bool mayRemoveCopy = m_case.earlierCopy.empty() || m_plan->FailsBy(EACCES);
         EXPECT_TRUE(mayRemoveCopy || std::filesystem::exists(m_copy));
     }
 
@@ -89,26 +91,26 @@ protected:
         // The directory of the copy has a "/" at its end where it is opened to be synchronised.
         const std::string_view path = step.path;
         const bool opensDirectory = step.IsPlainOpening() && path.find("backups/") != path.npos && path.ends_with('/');
-        const bool mayStayClosed = m_fault.error == ENOENT || m_fault.error == EACCES;
+        const bool mayStayClosed = m_plan->FailsBy(ENOENT) || m_plan->FailsBy(EACCES);
         return step.hit && (step.call == "fsync" || (opensDirectory && !mayStayClosed));
     }
 
-    /// True when the file could not be opened for writing, or was said to be missing and nothing is claimed. Without a
-    /// stream a run that succeeds opens it to write only.
+    /// True when the file could not be opened for writing, or was said to be missing and nothing is claimed. A run that
+    /// succeeds reads it through a stream.
     bool LiveWasHidden() const {
         return Did([&](const Step& step) {
-            return step.hit && step.IsLive() && (step.IsPlainOpening() || (m_fault.error == ENOENT && !Claims(7953)));
+            return step.hit && step.IsLive() && (step.IsPlainOpening() || (m_plan->FailsBy(ENOENT) && !Claims(7953)));
         });
     }
 };
 
 TEST_P(FaultTest, LosesNothing) {
     for (const bool onwards : {false, true}) {
-        if (!onwards || m_fault.effect != signal) {
-            ForEachCall(
-                m_case, {m_fault.calls, m_fault.effect, m_fault.error, onwards},
-                [&](const Outcome& outcome) { Judge(outcome); }, m_fault.least);
+        if (onwards && m_fault.effect == signal) {
+            return;
         }
+        const auto judge = [&](const Outcome& outcome) { Judge(outcome); };
+        ForEachCall(m_case, {m_fault.calls, m_fault.effect, m_fault.error, onwards}, judge, m_fault.least);
     }
 }
 
@@ -126,29 +128,25 @@ INSTANTIATE_TEST_SUITE_P(, FaultTest, testing::ValuesIn(FaultsInCases()), [](con
     return std::string(test.param.second.name) + "_" + test.param.first.name;
 });
 
-class NeighbourTest : public Installation {
-protected:
-    static Plan With(const std::function<void()>& neighbour) { return {everyCall, act, 0, false, neighbour}; }
-
-    const std::function<void()> m_append = [&] { std::ofstream(m_live, std::ios::app) << "// more\n"; };
-    const std::function<void()> m_cut = [&] { std::filesystem::resize_file(m_live, 900); };
-    const std::function<void()> m_remove = [&] { std::filesystem::remove(m_live); };
-};
+using NeighbourTest = Installation;
 
 // What holds beside other writers: a run that succeeds has made its edit to one whole version of the file, and one that
 // fails leaves what the neighbour made. The copy and a neighbour's edit may be lost. What a neighbour does between the
 // write and the cut is not judged.
 TEST_F(NeighbourTest, LeavesAWholeFile) {
-    const auto after = [&](const std::function<void()>& change, const std::string& text) {
-        WriteFile(m_live, text);
-        change();
-        return ReadFile(m_live);
-    };
-    for (const std::function<void()>& neighbour : {m_append, m_cut}) {
-        const std::string changed = after(neighbour, growth.live);
-        const std::string editedLater = after([&] { Run(growth); }, changed);
-        const std::set<std::string> whole = {growth.edited, editedLater, after(neighbour, growth.edited)};
-        ForEachCall(growth, With(neighbour), [&](const Outcome& outcome) {
+    const auto append = [&] { std::ofstream(m_live, std::ios::app) << "// more\n"; };
+    const auto cut = [&] { std::filesystem::resize_file(m_live, 900); };
+    for (const auto& neighbour : std::vector<std::function<void()>>{append, cut}) {
+        const auto after = [&](const std::string& text) {
+            WriteFile(m_live, text);
+            neighbour();
+            return ReadFile(m_live);
+        };
+        const std::string editedBefore = after(growth.edited);
+        const std::string changed = after(growth.live);
+        EXPECT_EQ(Run(growth).status, 0);
+        const std::set<std::string> whole = {growth.edited, editedBefore, ReadFile(m_live)};
+        ForEachCall(growth, {everyCall, act, 0, false, neighbour}, [&](const Outcome& outcome) {
             const bool success = outcome.status == 0;
             const std::string live = ReadFile(m_live);
             const bool midSave = Did([](const Step& step) { return step.hit && step.call == "ftruncate64"; });
@@ -159,9 +157,10 @@ TEST_F(NeighbourTest, LeavesAWholeFile) {
 
 // With passwords in it, a file that is made anew is for its owner only.
 TEST_F(NeighbourTest, AVanishedFileComesBackPrivate) {
+    const auto remove = [&] { std::filesystem::remove(m_live); };
     std::set<std::string> found;
     bool synchronised = false;
-    ForEachCall(growth, With(m_remove), [&](const Outcome&) {
+    ForEachCall(growth, {everyCall, act, 0, false, remove}, [&](const Outcome&) {
         if (std::filesystem::exists(m_live)) {
             EXPECT_TRUE(IsPrivate(m_live));
             found.insert(Live(growth));
@@ -174,7 +173,8 @@ TEST_F(NeighbourTest, AVanishedFileComesBackPrivate) {
 
 // What changes before the restored bytes are synchronised is seen when they are read again.
 TEST_F(NeighbourTest, ARestoreClaimsWhatItHasRead) {
-    ForEachCall(failedSave, With(m_append), [&](const Outcome&) {
+    const auto append = [&] { std::ofstream(m_live, std::ios::app) << "// more\n"; };
+    ForEachCall(failedSave, {everyCall, act, 0, false, append}, [&](const Outcome&) {
         const bool inTime = Did(
             [&](const Step& step) { return step.number >= m_plan->first && step.call == "fsync" && step.IsLive(); });
         EXPECT_TRUE(!inTime || !Claims(7945) || ReadFile(m_live) == ReadFile(m_copy));

@@ -69,6 +69,7 @@ struct Plan {
     Step steps[256] = {};
 
     bool WasHit() const { return reached >= first; }
+    bool FailsBy(int number) const { return effect == Effect::fail && error == number; }
     std::span<const Step> Steps() const { return {steps, stepCount}; }
 };
 
