@@ -20,8 +20,8 @@ struct Moment {
     std::string synchronised;                 ///< the file that the call synchronises
 };
 
-/// What may be found in a file, nothing if its entry may be missing.
-using Found = std::vector<std::optional<std::string>>;
+/// What may be found in a file; an empty text also if its entry may be missing.
+using Found = std::vector<std::string>;
 
 /// The moment at which a file or a directory was synchronised last; the first one at least.
 using Since = std::map<std::string, std::size_t>;
@@ -64,14 +64,14 @@ protected:
         }
         for (fs::path entry = path; entry.string().size() > (m_dir / "").size(); entry = entry.parent_path()) {
             if (m_moments[since[entry.parent_path()]].files.count(entry) == 0) {
-                found.emplace_back();
+                found.emplace_back("");
             }
         }
         return found;
     }
 
-    /// Goes through all states, `leftOut` being the number of a synchronisation that is not made. Returns: what is
-    /// wrong with the first bad one.
+    /// Goes through all states, `leftOut` being the number of a synchronisation that is not made. Returns: what
+    /// the file holds in the first bad one, and when; empty when there is none.
     std::string Walk(std::optional<std::size_t> leftOut = {}) const {
         Since since;
         for (std::size_t now = 0; now < m_moments.size(); ++now) {
@@ -81,11 +81,10 @@ protected:
             const std::string& claimed = m_moments[now].claimed;
             const Found copies = FoundIn(m_copy, since, now);
             const bool hasCopy = copies == Found(copies.size(), m_case.live);
-            for (const auto& live : FoundIn(m_live, since, now)) {
-                const std::string known = live.has_value() ? Known(m_case, *live) : "other";
-                const bool isLost = known == "other" && !hasCopy;
-                if (isLost || (!claimed.empty() && known != claimed)) {
-                    return isLost ? "file and copy are lost" : "the log claims " + claimed + " of " + known;
+            for (const std::string& live : FoundIn(m_live, since, now)) {
+                const std::string known = Known(m_case, live);
+                if ((known == "other" && !hasCopy) || (!claimed.empty() && known != claimed)) {
+                    return known + " before call " + std::to_string(now + 1);
                 }
             }
         }
@@ -99,7 +98,7 @@ TEST_P(CrashTest, LosesNothing) {
     // Every synchronisation of a run that writes is needed: a walk without it finds a bad state.
     for (std::size_t i = 0; i < m_moments.size() && !m_case.edited.empty(); ++i) {
         const std::string& path = m_moments[i].synchronised;
-        EXPECT_TRUE(path.empty() || Walk(i) != "") << "without call " << i + 1 << " on " << path;
+        EXPECT_TRUE(path.empty() || !Walk(i).empty()) << "without call " << i + 1 << " on " << path;
     }
     // After the last kill a run on the intact file does as if nothing had been.
     WriteFile(m_live, m_case.live);
