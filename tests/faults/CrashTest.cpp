@@ -32,7 +32,8 @@ protected:
     std::vector<Moment> m_moments;
 
     void KillBeforeEachCall() {
-        ForEachCall(m_case, {everyCall, Effect::signal, SIGKILL}, [&](const Outcome& outcome) {
+        const auto kill = [] { std::raise(SIGKILL); };
+        ForEachCall(m_case, {everyCall, Effect::act, 0, false, kill}, [&](const Outcome& outcome) {
             Check(m_case, outcome);
             Moment& moment = m_moments.emplace_back();
             for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {

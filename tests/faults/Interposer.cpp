@@ -41,14 +41,12 @@ void Describe(Step& step, int descriptor) {
 
 /// Returns: true when the call that is hit is to fail.
 bool ApplyEffect() {
-    if (runPlan->effect == Effect::signal) {
-        kill(getpid(), runPlan->error);
-    } else if (runPlan->effect == Effect::act) {
+    if (runPlan->effect == Effect::act) {
         Plan* const plan = std::exchange(runPlan, nullptr);
-        plan->neighbour();
+        plan->event();
         runPlan = plan;
     }
-    return runPlan->effect == Effect::fail || runPlan->effect == Effect::half;
+    return runPlan->effect != Effect::act;
 }
 
 /// Notes and counts the call. Returns: true when it is to fail; errno is set.

@@ -32,10 +32,9 @@ constexpr unsigned Only(Call call) {
 constexpr unsigned everyCall = Only(callMemory) - 1;
 
 enum class Effect {
-    fail,   ///< the call does nothing and answers with the error
-    half,   ///< as above, but the first call moves or reserves half of what it could
-    signal, ///< the process gets a signal before the call
-    act,    ///< a neighbour acts before the call, which then takes its course
+    fail, ///< the call does nothing and answers with the error
+    half, ///< as above, but the first call moves or reserves half of what it could
+    act,  ///< something happens before the call, which then takes its course
 };
 
 /// A call as it was made.
@@ -57,9 +56,9 @@ struct Step {
 struct Plan {
     unsigned calls = 0;
     Effect effect = Effect::fail;
-    int error = 0;                        ///< the errno, or the number of the signal
-    bool onwards = false;                 ///< all calls after the first suffer, too
-    std::function<void()> neighbour = {}; ///< for Effect::act
+    int error = 0;
+    bool onwards = false;             ///< all calls after the first suffer, too
+    std::function<void()> event = {}; ///< what happens, in the process of the run
     long first = 1;
     std::string_view failing = {}; ///< the first call of this name on the configuration fails besides
     // What the run reports:
