@@ -81,18 +81,15 @@ void Installation::Lay(const Case& run) {
     WriteFile(m_live, run.live);
     fs::permissions(m_live, fs::perms(0600));
     m_room = FileStatus::Of(m_live).Allocated();
+    mkfifo((m_dir / "fifo").c_str(), 0600);
+    for (const std::string& copy : {m_copy, m_namelessCopy}) {
+        if (*run.link != '\0') {
+            fs::create_directories(fs::path(copy).parent_path());
+            fs::create_symlink(m_dir / run.link, copy);
+        }
+    }
     if (!run.earlierCopy.empty()) {
         WriteFile(m_copy, run.earlierCopy);
-    }
-    if (run.place == Case::Place::link) {
-        fs::rename(m_copy, m_copy + ".linked");
-        fs::create_symlink("Global.qxc.linked", m_copy);
-    } else if (run.place != Case::Place::file) {
-        fs::create_directories(fs::path(m_copy).parent_path());
-        for (const std::string& copy : {m_copy, m_namelessCopy}) {
-            run.place == Case::Place::fifo ? static_cast<void>(mkfifo(copy.c_str(), 0600))
-                                           : fs::create_symlink(m_live, copy);
-        }
     }
 }
 
@@ -171,7 +168,7 @@ std::string Installation::Check(const Case& run, const Outcome& outcome, bool un
 }
 
 void Installation::CheckOtherFiles(const Case& run) const {
-    const std::set<std::string> secrets = {m_copy, m_copy + ".linked", m_namelessCopy, m_log};
+    const std::set<std::string> secrets = {m_copy, m_namelessCopy, m_log, m_dir / "linked", m_dir / "fifo"};
     for (const auto& entry : fs::recursive_directory_iterator(m_dir / "")) {
         const std::string path = entry.path();
         const bool isSecret = secrets.count(path) == 1;

@@ -11,16 +11,14 @@
 
 /// What a run starts from.
 struct Case {
-    enum class Place { file, link, fifo, itself };
-
     const char* name;
     const char* option;
     const char* plugin;
     std::string live;
-    std::string edited;        ///< the new bytes; empty for a run that must fail
-    std::string earlierCopy;   ///< empty for none
-    Place place = Place::file; ///< what is in the place of the copy
-    bool relative = false;     ///< directories are given so
+    std::string edited;           ///< the new bytes; empty for a run that must fail
+    std::string earlierCopy = {}; ///< empty for none
+    const char* link = "";        ///< where a link in the place of the copy leads; empty for none
+    bool relative = false;        ///< directories are given so
     /// A call of the save that fails, so that the file is put back.
     std::string_view failing = {};
 
@@ -35,12 +33,12 @@ inline const std::string unregistered = ReadFile(TEST_DATA "/global/Global.unreg
 inline const std::string withoutComment = registered.substr(registered.find("BuildVersion"));
 
 // clang-format off
-inline const Case growth =         {"Growth",     "-r", "ORACLE",      withoutComment,           registered,   ""};
-inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,                 unregistered, std::string(9999, '#'), Case::Place::file, true};
-inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      original + "no key\r\n", "",           std::string(999, '#'),  Case::Place::link};
-inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,                 unregistered, "",                     Case::Place::file, true, "ftruncate64"};
-inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,                 "",           "",                     Case::Place::fifo};
-inline const Case itself =         {"Itself",     "-r", "ORACLE",      original,                 "",           "",                     Case::Place::itself};
+inline const Case growth =         {"Growth",     "-r", "ORACLE",      withoutComment,           registered};
+inline const Case unregistration = {"Unregister", "-u", "ORACLE_RMAN", original,                 unregistered, std::string(9999, '#'), "", true};
+inline const Case refusal =        {"RolledBack", "-r", "ORACLE",      original + "no key\r\n", "",           std::string(999, '#'),  "linked"};
+inline const Case failedSave =     {"FailedSave", "-u", "ORACLE_RMAN", original,                 unregistered, "",                     "", true, "ftruncate64"};
+inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,                 "",           "",                     "fifo"};
+inline const Case itself =         {"Itself",     "-r", "ORACLE",      original,                 "",           "",                     "agent/Global.qxc"};
 // clang-format on
 
 /// A scratch installation, its backup directory, its run log, and the plan of its runs.
