@@ -3,6 +3,7 @@
 #include "tests/faults/Installation.h"
 #include "tests/support/Records.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <set>
@@ -52,6 +53,18 @@ TEST_F(ConcurrencyTest, KeepsEveryEdit) {
         }
         EXPECT_EQ(LinesOf(m_live), expected);
     }
+}
+
+TEST_F(ConcurrencyTest, HoldsTheLockToTheEnd) {
+    const auto tryToLock = [&] {
+        const int directory = open((m_dir / "agent").c_str(), O_RDONLY | O_DIRECTORY);
+        const bool isLocked = flock(directory, LOCK_EX | LOCK_NB) != 0;
+        close(directory);
+        if (!isLocked && Did([](const Step& step) { return step.call == "flock" && !step.hit; })) {
+            std::abort();
+        }
+    };
+    ForEachCall(growth, {everyCall, Effect::act, 0, false, tryToLock}, [](const Outcome&) {});
 }
 
 TEST_F(ConcurrencyTest, GivesUpAfterAMinute) {
