@@ -102,15 +102,14 @@ TEST_F(DiskTest, FileSizeLimits) {
     const auto least = growth.live.size();
     const auto enough = growth.edited.size();
     const auto step = [&](rlim_t limit) { return limit + 1 < least ? std::min<rlim_t>(512, least - 1 - limit) : 1; };
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
     for (rlim_t limit = 0; limit <= enough; limit += step(limit)) {
         SCOPED_TRACE(limit);
+        const auto setLimit = [&] {
+            const rlimit limited = {limit, limit};
+            setrlimit(RLIMIT_FSIZE, &limited);
+        };
         Lay(growth);
-        const rlimit limited = {limit, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limited);
-        const Outcome outcome = Run(growth);
-        setrlimit(RLIMIT_FSIZE, &before);
+        const Outcome outcome = Run(growth, {everyCall, Effect::act, 0, false, setLimit});
         EXPECT_EQ(IsDone(growth, outcome, limit < enough), limit == enough);
         EXPECT_EQ(outcome.status, limit >= least ? 0 : 1);
     }
