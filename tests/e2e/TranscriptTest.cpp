@@ -69,7 +69,7 @@ TEST_P(Transcript, IsWhatHappens) {
     fs::create_directory_symlink(TEST_DATA "/global", dir / "data");
     WriteFile(dir / "session/agent/Global.qxc", ReadFile(TEST_DATA "/global/Global.qxc"));
     const std::string scratch = fs::canonical(dir / "session");
-    std::string script = "exec 2>&1; cd '" + scratch + "' || exit\n";
+    std::string script = "cd '" + scratch + "' || exit\n";
     for (const std::smatch& command : steps) {
         script += std::regex_replace(command.str(1), std::regex("\n  > "), "\n") + "\nprintf '\\036%s\\036' $?\n";
     }

@@ -84,19 +84,6 @@ TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
     }
 }
 
-TEST_F(DiskTest, FullDevices) {
-    for (const std::string& full : {m_log, m_copy}) {
-        Lay(growth);
-        std::filesystem::create_directories(std::filesystem::path(full).parent_path());
-        std::filesystem::create_symlink("/dev/full", full);
-        const Outcome outcome = Run(growth);
-        std::filesystem::remove(full);
-        EXPECT_EQ(outcome.status, full == m_log ? 0 : 1);
-        EXPECT_EQ(Live(growth), full == m_log ? "new" : "old");
-        EXPECT_EQ(Claims(4152), full == m_copy);
-    }
-}
-
 // The signal that comes with the limit has its default action, death.
 TEST_F(DiskTest, FileSizeLimits) {
     const auto least = growth.live.size();

@@ -153,7 +153,7 @@ std::string Installation::Check(const Case& run, const Outcome& outcome, bool un
     std::string live = Live(run);
     const bool isOld = live == "old";
     const bool killed = outcome.signal == SIGKILL;
-    SCOPED_TRACE("the file is " + live + "\n" + outcome.output + outcome.errors);
+    SCOPED_TRACE("the file is " + live + "\n" + outcome.output);
     EXPECT_THAT(outcome.status, AnyOf(-1, 0, 1));
     EXPECT_TRUE(outcome.status >= 0 || isOld || killed) << "the signal did not wait";
     EXPECT_TRUE(outcome.status != 0 || live == "new" || (isOld && untouched)) << "the run succeeded";

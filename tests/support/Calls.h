@@ -37,7 +37,9 @@ private:
                 std::apply(function, arguments);
                 return after();
             } else {
-                return Shown(std::apply(function, arguments));
+                std::ostringstream result;
+                result << std::apply(function, arguments);
+                return result.str();
             }
         };
     }
@@ -47,19 +49,11 @@ private:
             return word.at(0);
         } else if constexpr (std::is_integral_v<T>) {
             return static_cast<T>(std::stoll(word, nullptr, 0));
-        } else if constexpr (std::is_same_v<T, const char*>) {
+        } else if constexpr (std::is_pointer_v<T>) {
             return word == "null" ? nullptr : word.c_str();
-        } else if constexpr (std::is_constructible_v<T, const std::string&>) {
-            return T(word);
         } else {
-            return T(word.c_str());
+            return T(word);
         }
-    }
-
-    template <class T> static std::string Shown(const T& result) {
-        std::ostringstream text;
-        text << result;
-        return text.str();
     }
 
     std::function<std::string(const Words&)> m_call;

@@ -8,12 +8,11 @@
 
 #include <sys/types.h>
 
-/// How a program ended and what it wrote to standard output and standard error.
+/// How a program ended and what it wrote to standard output and standard error together.
 struct Outcome {
     int status = -1; ///< exit status, -1 when a signal ended it
     int signal = 0;
     std::string output;
-    std::string errors;
 };
 
 /// A process of its own that runs `program` and ends with what that returns. After a minute SIGALRM ends it.

@@ -120,7 +120,7 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
         {"typed", [&](int key) { return Typed(*data, key); }},
         {"set", [&](int key, S value) { return data->SetString(key, value, true); }},
         {"add", [&](int key, S value) { return data->SetString(key, value, false); }},
-        {"setText", [&](int key, VString value) { return data->SetString(key, value, true); }},
+        {"setText", [&](int key, const char* value) { return data->SetString(key, VString(value), true); }},
         {"setRaw", [&](int key, S value) { return data->SetRaw(key, value, true); }},
         {"addRaw", [&](int key, S value) { return data->SetRaw(key, value, false); }},
         {"fits", [&](int key, S value) { return data->IsValidEntry(key, value); }},

@@ -79,7 +79,8 @@ TEST(VString, GivesPartsAndPlaces) {
         {"join", [&](const char* text) { return text + abc + '!' + abc + text; }},
         {"compare", qx_stricmp},
         {"format",
-         [](S text, const char* first, const char* second) {
+         [](const char* format, const char* first, const char* second) {
+             VString text(format);
              std::string word(second == nullptr ? "" : second);
              const int result = VStringFormat(text, first, second == nullptr ? nullptr : word.data());
              return std::to_string(result) + ' ' + std::string(text);
