@@ -1,5 +1,4 @@
 #include "Mis/TaskData.h"
-#include "Mis/TaskData/KeyTable.h"
 
 #include <benchmark/benchmark.h>
 
@@ -46,14 +45,5 @@ void Save(benchmark::State& state) {
     }
 }
 BENCHMARK(Save)->Arg(200)->Arg(1000)->Arg(2000)->Arg(20000)->Arg(35000);
-
-void LookupByName(benchmark::State& state, const char* name) {
-    int index = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(KeyTable::FirstNamed(name, 671, 1, &index));
-    }
-}
-BENCHMARK_CAPTURE(LookupByName, single, "Priority");
-BENCHMARK_CAPTURE(LookupByName, indexed, "Software.Service123.Startup");
 
 } // namespace

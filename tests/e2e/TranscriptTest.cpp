@@ -4,9 +4,7 @@
 #include "tests/support/Records.h"
 #include "tests/support/TempDir.h"
 
-#include <cstdlib>
 #include <regex>
-#include <set>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -34,34 +32,21 @@ std::string Shown(const std::string& output, const std::string& status) {
 
 /// What a shell prints that finds the tool by its name.
 std::string Played(const std::string& script) {
+    const std::string tools = fs::path(TOOL).parent_path();
+    // A leak must not pass for a run that failed.
+    const std::string setting = "export PATH='" + tools + "':/usr/bin:/bin LC_ALL=C DATA=../data NODE=" + NodeName() +
+                                " ASAN_OPTIONS=exitcode=99\n";
+    // When the time is up, this also ends what the shell has started.
     const auto shell = [&] {
-        const std::string tools = fs::path(TOOL).parent_path();
-        setenv("PATH", (tools + ":/usr/bin:/bin").c_str(), 1);
-        setenv("LC_ALL", "C", 1);
-        setenv("DATA", "../data", 1);
-        setenv("NODE", NodeName().c_str(), 1);
-        // A leak must not pass for a run that failed.
-        setenv("ASAN_OPTIONS", "exitcode=99", 1);
-        // When the time is up, this also ends what the shell has started.
-        return execl("/usr/bin/timeout", "timeout", "50", "/bin/sh", "-c", script.c_str(), nullptr);
+        return execl("/usr/bin/timeout", "timeout", "50", "/bin/sh", "-c", (setting + script).c_str(), nullptr);
     };
     return Child(shell).Wait().output;
 }
 
-std::set<std::string> Names() {
-    std::set<std::string> names;
-    for (const auto& file : fs::directory_iterator(TEST_DATA "/transcripts")) {
-        if (file.path().extension() == ".txt") {
-            names.insert(file.path().stem());
-        }
-    }
-    return names;
-}
-
-class Transcript : public testing::TestWithParam<std::string> {};
+class Transcript : public testing::TestWithParam<fs::path> {};
 
 TEST_P(Transcript, IsWhatHappens) {
-    const std::string transcript = ReadFile(TEST_DATA "/transcripts/" + GetParam() + ".txt");
+    const std::string transcript = ReadFile(GetParam());
     const std::vector<std::smatch> steps(std::sregex_iterator(transcript.begin(), transcript.end(), step), {});
     ASSERT_THAT(std::regex_replace(transcript, step, ""), testing::Not(testing::HasSubstr("\n "))) << "belongs nowhere";
 
@@ -89,6 +74,8 @@ TEST_P(Transcript, IsWhatHappens) {
     EXPECT_EQ(expected, played);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Transcript, testing::ValuesIn(Names()), [](const auto& test) { return test.param; });
+const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/transcripts"), {});
+
+INSTANTIATE_TEST_SUITE_P(, Transcript, testing::ValuesIn(files), [](const auto& test) { return test.param.stem(); });
 
 } // namespace

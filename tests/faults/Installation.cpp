@@ -93,23 +93,20 @@ void Installation::Lay(const Case& run) {
     }
 }
 
-std::function<int()> Installation::Tool(std::vector<std::string> arguments, Plan* plan) {
-    arguments.insert(arguments.begin(), "PlugSetter");
-    return [words = std::move(arguments), plan]() mutable {
-        std::vector<char*> pointers = Pointers(words);
-        runPlan = plan;
-        const int status = runPlugSetter(static_cast<int>(words.size()), pointers.data());
-        runPlan = nullptr;
-        return status;
-    };
-}
-
 Outcome Installation::Run(const Case& run, const Plan& plan) const {
     *m_plan = plan;
     m_plan->failing = run.failing;
     const std::string above = run.relative ? "" : m_dir / "";
-    Child child(Tool({run.option, run.plugin, above + "agent", above + "backups/t", "run.xlog"}, m_plan));
-    Outcome outcome = child.Wait();
+    std::vector<std::string> words = {"PlugSetter",    run.option,          run.plugin,
+                                      above + "agent", above + "backups/t", "run.xlog"};
+    std::vector<char*> arguments = Pointers(words);
+    const auto tool = [&] {
+        runPlan = m_plan;
+        const int status = runPlugSetter(6, arguments.data());
+        runPlan = nullptr;
+        return status;
+    };
+    Outcome outcome = Child(tool).Wait();
     EXPECT_THAT(outcome.signal, AnyOf(0, SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGQUIT)) << "the run crashed or hung";
     return outcome;
 }

@@ -50,8 +50,6 @@ protected:
 
     /// Ends the test when a run has failed; otherwise lays the files anew.
     void Lay(const Case& run);
-    /// Returns: what a process does to run the tool, under a plan that it shares with this one.
-    static std::function<int()> Tool(std::vector<std::string> arguments, Plan* plan);
     Outcome Run(const Case& run, const Plan& plan = {}) const;
     /// Hits each call in turn until a run is not hit any more, which must make more calls than `least`. Each run finds
     /// new files and is judged.

@@ -10,12 +10,10 @@
 /// A scratch directory that is deleted with this object.
 class TempDir {
 public:
-    explicit TempDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
-        std::string name = parent / "plugsetter-XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) {
+    TempDir() {
+        if (mkdtemp(m_path.data()) == nullptr) {
             throw std::runtime_error("no scratch directory");
         }
-        m_path = name;
     }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
@@ -28,7 +26,7 @@ public:
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
 
 private:
-    std::string m_path;
+    std::string m_path = std::filesystem::temp_directory_path() / "plugsetter-XXXXXX";
 };
 
 /// A scratch directory that is the current one of this process meanwhile.

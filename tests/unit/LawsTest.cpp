@@ -9,8 +9,6 @@
 #include <map>
 #include <random>
 
-#include <unistd.h>
-
 namespace {
 
 /// Entries, and a text that holds them as untidily as the rules allow.
@@ -101,11 +99,9 @@ std::string Edited(const TempDir& dir, RegType type, const char* name) {
 }
 
 TEST(Laws, HoldForGeneratedConfigurations) {
-    // A thousand runs that all synchronise: on a disk they take seconds.
-    const char* const memory = "/dev/shm";
-    const TempDir dir(access(memory, W_OK) == 0 ? memory : std::filesystem::temp_directory_path());
+    const TempDir dir;
     const long before = OpenFiles();
-    for (unsigned seed = 0; seed < 200; ++seed) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
         Generated generated(seed);
         WriteFile(dir / "Global.qxc", generated.text);
@@ -127,20 +123,6 @@ TEST(Laws, HoldForGeneratedConfigurations) {
         EXPECT_EQ(Edited(dir, registerPlugin, "VMWARE"), registered);
         EXPECT_EQ(Edited(dir, unregisterPlugin, "VMWARE"), canonical);
         EXPECT_EQ(OpenFiles(), before) << "files";
-    }
-}
-
-TEST(Laws, HoldForEveryDamagedByte) {
-    const std::string whole = ReadFile(TEST_DATA "/global/Global.qxc");
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-        std::string flipped = whole;
-        flipped[at] = static_cast<char>(flipped[at] ^ (1 << at % 8));
-        const std::string missing = whole.substr(0, at) + whole.substr(at + 1);
-        const std::string doubled = whole.substr(0, at + 1) + whole.substr(at);
-        for (std::string damaged : {flipped, missing, doubled}) {
-            VTaskData data("", true);
-            EXPECT_TRUE(!data.Deserialize(damaged, false) || RoundTrips(data)) << at;
-        }
     }
 }
 

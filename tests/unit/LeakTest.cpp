@@ -1,5 +1,4 @@
 #include "PlugSetter/Run.h"
-#include "tests/support/Calls.h"
 #include "tests/support/Process.h"
 #include "tests/support/TempDir.h"
 
@@ -32,7 +31,7 @@ namespace {
 std::pair<long, long> HeldAfterRun(const std::string& configuration, const std::string& plugin, int status) {
     const CurrentTempDir scratch;
     WriteFile("agent/Global.qxc", configuration);
-    Words words = {"PlugSetter", "-r", plugin, "agent", "backup", "install.xlog"};
+    std::vector<std::string> words = {"PlugSetter", "-r", plugin, "agent", "backup", "install.xlog"};
     testing::internal::CaptureStdout();
     EXPECT_EQ(runPlugSetter(6, Pointers(words).data()), status) << plugin << configuration;
     testing::internal::GetCapturedStdout();

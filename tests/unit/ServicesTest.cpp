@@ -19,10 +19,9 @@
 #include <cerrno>
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -31,17 +30,6 @@ namespace fs = std::filesystem;
 namespace text = txccl::string;
 using txccl::Signature;
 using S = const std::string&;
-
-/// Saves while a file may have so many bytes.
-long SaveLimited(const std::string& file, std::size_t size, rlim_t limit) {
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limited = {limit, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limited);
-    const long result = sys_writeFile(file, std::string(size, 'm'));
-    setrlimit(RLIMIT_FSIZE, &before);
-    return result;
-}
 
 TEST(Streams, ReadAndWriteAndTellWhyNot) {
     VBinaryStream stream;
@@ -86,7 +74,13 @@ TEST(Files, AreWrittenComparedAndDeleted) {
     const Calls calls = {
         {"save", [](S file, S text) { return sys_writeFile(file, text); }},
         {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'm')); }},
-        {"saveLimited", SaveLimited},
+        {"limitSize",
+         [](rlim_t size) {
+             rlimit limit = {};
+             getrlimit(RLIMIT_FSIZE, &limit);
+             limit.rlim_cur = std::min(size, limit.rlim_max);
+             return setrlimit(RLIMIT_FSIZE, &limit);
+         }},
         {"openOutput", [](S file) { return sys_openOutput(file, O_WRONLY, 0600).file.IsOpen(); }},
         {"chain",
          [](int links) {
