@@ -26,7 +26,7 @@ TEST(Names, HaveSeparatorsParentsAndParts) {
         {"emptyDirectory", [](int syntax) { return VFileName(std::string(), syntax, true).GetName(); }},
         {"parent",
          [](int syntax, const char* name, bool slash) { return VFileName(name, syntax, false).GetParentPath(slash); }},
-        {"part",
+        {"getPart",
          [](int syntax, const char* name, int part) {
              int length = -1;
              const VString text = VFileName(name, syntax, false).GetPart(part, nullptr, false, false, false);
