@@ -10,8 +10,6 @@
 #include "tests/support/Calls.h"
 #include "tests/support/TempDir.h"
 
-#include <csignal>
-
 #include <gtest/gtest.h>
 
 #include <sys/xattr.h>
@@ -60,12 +58,6 @@ bool Narrow(const char* log, uid_t user, uid_t owner, gid_t group, mode_t mode) 
     return result;
 }
 
-bool IsHeld(int signal) {
-    sigset_t held;
-    sigprocmask(SIG_BLOCK, nullptr, &held);
-    return sigismember(&held, signal) == 1;
-}
-
 struct OtherError : VError {
     void LogShow(logopt*, VString) override {}
     VError* Clone() override { return new OtherError(*this); }
@@ -89,7 +81,6 @@ const Calls onBackups = {
     {"backup", backupFile},
     {"rollBack", RollBack},
     {"firstWasOpened", [] { bakFiles.front()->liveWasOpened = true; }},
-    {"isHeld", IsHeld},
     {"guardInt", [] { Guarded([] { throw 5; }); }},
     {"guardError", [] { Guarded([] { throw static_cast<VError*>(new OtherError); }); }},
     {"guardNothing", [] { throwAsError("label"); }},

@@ -126,4 +126,16 @@ TEST(Laws, HoldForGeneratedConfigurations) {
     }
 }
 
+TEST(Laws, HoldForEveryDamagedByte) {
+    const std::string whole = ReadFile(TEST_DATA "/global/Global.qxc");
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        const char flipped = static_cast<char>(whole[at] ^ (1 << at % 8));
+        for (const std::string& bytes : {std::string(), std::string(2, whole[at]), std::string(1, flipped)}) {
+            VTaskData data("", true);
+            std::string damaged = std::string(whole).replace(at, 1, bytes);
+            EXPECT_TRUE(!data.Deserialize(damaged, false) || RoundTrips(data)) << at;
+        }
+    }
+}
+
 } // namespace

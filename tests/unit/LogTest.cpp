@@ -36,11 +36,10 @@ std::string Header(const char* origin, const char* component, const char* user, 
     return message.GetString();
 }
 
-/// A text as a parameter of a record.
-std::string Parameterised(const char* text) {
-    const std::string record = Message(1, "", SeverityInformational, text).GetString();
-    const std::size_t begin = record.find("\">", record.find("<P")) + 2;
-    return record.substr(begin, record.find("</P>") - begin);
+/// The two ways to write a time.
+std::string Times(int year, int month, int day, int hour, int minute, int second, int fraction) {
+    const std::tm time = TimeOf(year, month, day, hour, minute, second);
+    return MessageTime(time, fraction).ToString() + " | " + dat_longForm(&time, 7);
 }
 
 /// A record with all kinds of parameters, and one with this text as parameter and as cause.
@@ -57,16 +56,9 @@ TEST(Message, IsWrittenAsXml) {
     const Calls calls = {
         {"header", Header},
         {"nested", Nested},
-        {"parameter", Parameterised},
-        {"time", [](int y, int mo, int d, int h, int m, int s,
-                    int fraction) { return MessageTime(TimeOf(y, mo, d, h, m, s), fraction).ToString(); }},
-        {"longForm",
-         [](int y, int mo, int d, int h, int m, int s) {
-             const std::tm time = TimeOf(y, mo, d, h, m, s);
-             return dat_longForm(&time, 7);
-         }},
-        {"noTime", [] { return MessageTime().ToString(); }},
-        {"noLongForm", [] { return dat_longForm(nullptr, 0); }},
+        {"parameter", [](const char* text) { return Parameter(text).GetXMLValue(); }},
+        {"times", Times},
+        {"noTimes", [] { return MessageTime().ToString() + " | " + dat_longForm(nullptr, 0); }},
         {"letterOf", [](int severity) { return Message::ToSeverityChar(static_cast<MessageSeverity>(severity)); }},
         {"severityOf", [](const char* letter) { return static_cast<int>(Message::FromSeverityChar(letter)); }},
     };

@@ -9,14 +9,23 @@
 namespace {
 
 /// What the scanners for a separator, a name and its end return, and the positions that they set.
-std::string Scan(int syntax, const char* text) {
+template <class... Scanners> std::string Scan(const char* text, Scanners... scanners) {
     std::ostringstream found;
-    for (const auto scanner : {nam_fmt2sep, nam_fmt2nam, nam_fmt2end}) {
+    const auto scan = [&](auto scanner) {
         int position = -1;
-        const int result = scanner(syntax, &position, text);
+        const int result = scanner(&position, text);
         found << result << ':' << position << ' ';
-    }
+    };
+    (scan(scanners), ...);
     return found.str();
+}
+
+auto Nfs(int (*scanner)(int*, const char*, unsigned)) {
+    return [=](int* position, const char* text) { return scanner(position, text, 0); };
+}
+
+auto Of(int syntax, int (*scanner)(int, int*, const char*)) {
+    return [=](int* position, const char* text) { return scanner(syntax, position, text); };
 }
 
 TEST(Names, HaveSeparatorsParentsAndParts) {
@@ -33,10 +42,15 @@ TEST(Names, HaveSeparatorsParentsAndParts) {
              VFileName(name, syntax, false).GetPart(part, &length, false, false, false);
              return std::to_string(length) + ' ' + std::string(text);
          }},
-        {"toSeparator", [](int syntax, int at) { return nam_fmt2sep(syntax, &at, ""); }},
-        {"toName", [](int syntax, int at) { return nam_fmt2nam(syntax, &at, ""); }},
-        {"toEnd", [](int syntax, int at) { return nam_fmt2end(syntax, &at, ""); }},
-        {"scan", Scan},
+        {"dos", [](const char* text) { return Scan(text, nam_dos2sep, nam_dos2nam, nam_dos2end); }},
+        {"win32", [](const char* text) { return Scan(text, nam_win322sep, nam_win322nam, nam_win322end); }},
+        {"as400", [](const char* text) { return Scan(text, nam_as4002sep, nam_as4002nam, nam_as4002end); }},
+        {"mxd", [](const char* text) { return Scan(text, nam_mxd2sep, nam_mxd2nam, nam_mxd2end); }},
+        {"nfs", [](const char* text) { return Scan(text, Nfs(nam_nfs2sep), Nfs(nam_nfs2nam), Nfs(nam_nfs2end)); }},
+        {"scan",
+         [](int syntax, const char* text) {
+             return Scan(text, Of(syntax, nam_fmt2sep), Of(syntax, nam_fmt2nam), Of(syntax, nam_fmt2end));
+         }},
         {"match", [](const char* name, const char* pattern) { return nam_fmtmatch(2, name, pattern); }},
         {"matchLong", [](int length, const char* pattern) { return nam_fmtmatch(2, VString('a', length), pattern); }},
     };

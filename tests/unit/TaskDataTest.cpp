@@ -89,7 +89,7 @@ std::string Typed(const VTaskData& data, int key) {
 TEST(TaskData, HoldsReadsAndWritesValues) {
     std::optional<VTaskData> data;
     const Calls calls = {
-        {"new", [&](bool raw) { data.emplace("", raw); }},
+        {"new", [&](bool raw) { data.emplace(VString(), raw); }},
         {"get", [&](int key) { return Value(*data, key); }},
         {"getText",
          [&](int key) {
