@@ -65,9 +65,9 @@ using Calls = std::map<std::string, Call>;
 /// No call may leave a file open.
 ///
 /// A line names a call, its arguments, and after "=" its result; without "=" any result will do. Words are separated by
-/// blanks; one with blanks or escapes (\n \t \r \v \f \" \\ \xFF) stands in quotes. "#" begins a comment. Before a call
-/// may stand "throws", for the error that it throws, or "dies", for what its process then says, a pattern. After a line
-/// "root" come calls that only root can make.
+/// blanks; one with blanks or escapes (\n \t \r \v \f \" \\ \xFF) stands in quotes. Before a call may stand "throws",
+/// for the error that it throws, or "dies", for what its process then says, a pattern. After a line "root" come calls
+/// that only root can make. A line that begins with "#" is a comment.
 ///
 /// To `calls` come those on files, which stand in Calls.cpp.
 void MakeCalls(const std::string& name, Calls calls);
