@@ -59,8 +59,11 @@ bool Narrow(const char* log, uid_t user, uid_t owner, gid_t group, mode_t mode) 
 }
 
 struct OtherError : VError {
+    OtherError() { ++alive; }
+    ~OtherError() override { --alive; }
     void LogShow(logopt*, VString) override {}
     VError* Clone() override { return new OtherError(*this); }
+    static inline int alive = 0;
 };
 
 void Guarded(const std::function<void()>& action) {
@@ -83,6 +86,7 @@ const Calls onBackups = {
     {"firstWasOpened", [] { bakFiles.front()->liveWasOpened = true; }},
     {"guardInt", [] { Guarded([] { throw 5; }); }},
     {"guardError", [] { Guarded([] { throw static_cast<VError*>(new OtherError); }); }},
+    {"errorsAlive", [] { return OtherError::alive; }},
     {"guardNothing", [] { throwAsError("label"); }},
     {"narrow", Narrow},
     {"list", [](const std::string& bytes) { list = bytes; }},
