@@ -29,17 +29,20 @@ private:
     static auto OnWords(std::function<Result(Arguments...)> function, std::function<std::string()> after) {
         return [function, after](const Words& words) -> std::string {
             if (words.size() != sizeof...(Arguments)) {
-                throw std::invalid_argument("so many words");
+                throw std::invalid_argument("takes " + std::to_string(sizeof...(Arguments)) + " arguments");
             }
             [[maybe_unused]] auto word = words.begin();
             std::tuple<std::decay_t<Arguments>...> arguments{As<std::decay_t<Arguments>>(*word++)...};
             if constexpr (std::is_void_v<Result>) {
                 std::apply(function, arguments);
                 return after();
+            } else if constexpr (std::is_pointer_v<Result>) {
+                const Result text = std::apply(function, arguments);
+                return text == nullptr ? "null" : text;
             } else {
-                std::ostringstream result;
-                result << std::apply(function, arguments);
-                return result.str();
+                std::ostringstream text;
+                text << std::apply(function, arguments);
+                return text.str();
             }
         };
     }
@@ -48,7 +51,9 @@ private:
         if constexpr (std::is_same_v<T, char>) {
             return word.at(0);
         } else if constexpr (std::is_integral_v<T>) {
-            return static_cast<T>(std::stoll(word, nullptr, 0));
+            std::size_t end = 0;
+            const T number = static_cast<T>(std::stoll(word, &end, 0));
+            return end == word.size() ? number : throw std::invalid_argument(word + " is no number");
         } else if constexpr (std::is_pointer_v<T>) {
             return word == "null" ? nullptr : word.c_str();
         } else {

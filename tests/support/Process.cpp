@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What started the tests may have ignored or held signals, or set a mode that nobody expects.
+/// What started the tests may have ignored or held signals, or set a umask that nobody expects.
 void SetUsualProcess() {
     for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGXFSZ}) {
         std::signal(number, SIG_DFL);

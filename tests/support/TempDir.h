@@ -29,7 +29,7 @@ private:
     std::string m_path = std::filesystem::temp_directory_path() / "plugsetter-XXXXXX";
 };
 
-/// A scratch directory that is the current one of this process meanwhile.
+/// A scratch directory that is the current directory while this object lives.
 class CurrentTempDir : public TempDir {
 public:
     CurrentTempDir() { std::filesystem::current_path(*this / ""); }

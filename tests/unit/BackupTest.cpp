@@ -10,6 +10,8 @@
 #include "tests/support/Calls.h"
 #include "tests/support/TempDir.h"
 
+#include <csignal>
+
 #include <gtest/gtest.h>
 
 #include <sys/xattr.h>
@@ -30,6 +32,9 @@ void Forget() {
 /// A run that has saved two files, by relative names, and then spoilt them.
 void Spoil() {
     Forget();
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     for (const char* const directory : {"live", "copies", "elsewhere"}) {
         fs::remove_all(directory);
     }
@@ -58,6 +63,12 @@ bool Narrow(const char* log, uid_t user, uid_t owner, gid_t group, mode_t mode) 
     return result;
 }
 
+bool IsHeld(int signal) {
+    sigset_t held;
+    sigprocmask(SIG_BLOCK, nullptr, &held);
+    return sigismember(&held, signal) == 1;
+}
+
 struct OtherError : VError {
     OtherError() { ++alive; }
     ~OtherError() override { --alive; }
@@ -83,6 +94,7 @@ const Calls onBackups = {
     {"copy", [] { backupFile("live/", "first", "copies/", "", false); }},
     {"backup", backupFile},
     {"rollBack", RollBack},
+    {"isHeld", IsHeld},
     {"firstWasOpened", [] { bakFiles.front()->liveWasOpened = true; }},
     {"guardInt", [] { Guarded([] { throw 5; }); }},
     {"guardError", [] { Guarded([] { throw static_cast<VError*>(new OtherError); }); }},

@@ -74,9 +74,14 @@ struct FailingLogger : Logger {
 
 TEST(Message, OnlyFailuresAreReportedOnStandardError) {
     FailingLogger failing;
+    FileLogger dropping;
+    logopt options = {};
+    dropping.AttachLogFile(&options);
+    EXPECT_EQ(dropping.DetachLogFile(), &options);
     for (const MessageSeverity severity : {SeverityError, SeverityFatal}) {
         Message message = At(Message(7, "", severity, 1, 2, 3));
         testing::internal::CaptureStderr();
+        EXPECT_EQ(log_if_set(&dropping, message), 1);
         EXPECT_EQ(log_if_set(&failing, message), 0);
         EXPECT_THAT(testing::internal::GetCapturedStderr(),
                     testing::StartsWith("Message not logged: " + message.GetString() + "Stack: "));
@@ -172,7 +177,7 @@ TEST(Log, StampsFollowTheTimeZone) {
     EXPECT_STRNE(stamps[0], stamps[1]);
 }
 
-/// After which lines the block got longer on the disk. Before line 70 its last flush gets old.
+/// After which lines the block got longer on the disk. Line 70 finds the last flush over five seconds old.
 std::string FlushedAt(logblk& block) {
     const logopt options = {0, nullptr, false, &block};
     std::string line = "x", flushed;
@@ -237,6 +242,7 @@ TEST(Log, OpensRotatesAndCounts) {
         {"next", [](const char* directory) { return batutil_GetNextFilename(directory, "log"); }},
         {"ring", [](int files) { nLogFiles = files; }},
         {"count", Counted},
+        {"loggerIsGlobal", [] { return Message::s_defaultLogger == FileLogger::GetGlobalLogger(); }},
         {"ticksGoOn", [] { return getTicks() != (usleep(2000), getTicks()); }},
     };
     MakeCalls("Log", calls);

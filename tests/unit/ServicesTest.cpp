@@ -73,7 +73,7 @@ TEST(Streams, ReadAndWriteAndTellWhyNot) {
 TEST(Files, AreWrittenComparedAndDeleted) {
     const Calls calls = {
         {"save", [](S file, S text) { return sys_writeFile(file, text); }},
-        {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'm')); }},
+        {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'x')); }},
         {"limitSize",
          [](rlim_t size) {
              rlimit limit = {};
@@ -137,18 +137,6 @@ TEST(Node, HasAShortName) {
     }
 }
 
-TEST(Classlib, TextsAndPaths) {
-    const Calls calls = {
-        {"crop", text::Crop},
-        {"cropEnd", text::CropEnd},
-        {"split", [](std::string text, char at) { return text::Join(text::Split(text, at), "|"); }},
-        {"equal", text::EqualIgnoringCase},
-        {"number", text::LeadingNumber},
-        {"join", txccl::FilenameHelper::join},
-    };
-    MakeCalls("Classlib", calls);
-}
-
 /// The bytes of a signature, which it takes over.
 std::string Bytes(unsigned char* binary) {
     std::string bytes = binary == nullptr ? "none" : std::string(binary, binary + Signature::SIGNATURE_SIZE);
@@ -156,9 +144,15 @@ std::string Bytes(unsigned char* binary) {
     return bytes;
 }
 
-TEST(Classlib, Signatures) {
+TEST(Classlib, TextsPathsAndSignatures) {
     Signature signature;
     const Calls calls = {
+        {"crop", text::Crop},
+        {"cropEnd", text::CropEnd},
+        {"split", [](std::string text, char at) { return text::Join(text::Split(text, at), "|"); }},
+        {"equal", text::EqualIgnoringCase},
+        {"number", text::LeadingNumber},
+        {"join", txccl::FilenameHelper::join},
         {"update", [&](S text) { signature.update(reinterpret_cast<const unsigned char*>(text.data()), 2); }},
         {"close", [&] { signature.close(); }},
         {"text", [&] { return signature.to_string(); }},
@@ -169,7 +163,7 @@ TEST(Classlib, Signatures) {
         {"binaryOf", [](S text) { return Bytes(Signature::binary(text)); }},
         {"binaryOfNothing", [] { return Bytes(Signature::binary()); }},
     };
-    MakeCalls("Signatures", calls);
+    MakeCalls("Classlib", calls);
 }
 
 } // namespace
