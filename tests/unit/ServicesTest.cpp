@@ -161,6 +161,7 @@ TEST(Classlib, TextsPathsAndSignatures) {
         {"ofNothing", [] { return Signature::of(); }},
         {"ofNull", [] { return Signature::of(static_cast<Signature::SignableObject*>(nullptr)); }},
         {"binaryOf", [](S text) { return Bytes(Signature::binary(text)); }},
+        {"textSize", [] { return int{Signature::STRING_SIGNATURE_SIZE}; }},
         {"binaryOfNothing", [] { return Bytes(Signature::binary()); }},
     };
     MakeCalls("Classlib", calls);

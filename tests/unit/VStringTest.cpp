@@ -66,17 +66,22 @@ TEST(VString, SharesBlocksUntilTheyChange) {
     MakeCalls("VString", calls);
 }
 
+/// The text with what may stand behind its first zero byte.
+std::string Whole(const VString& text) {
+    return {text, static_cast<std::size_t>(text.GetLength())};
+}
+
 TEST(VString, GivesPartsAndPlaces) {
     const VString abc = "abc";
     const Calls calls = {
-        {"mid", [&](int first) { return abc.Mid(first); }},
-        {"midUpTo", [&](int first, int count) { return abc.Mid(first, count); }},
-        {"left", [&](int count) { return abc.Left(count); }},
-        {"right", [&](int count) { return abc.Right(count); }},
+        {"mid", [&](int first) { return Whole(abc.Mid(first)); }},
+        {"midUpTo", [&](int first, int count) { return Whole(abc.Mid(first, count)); }},
+        {"left", [&](int count) { return Whole(abc.Left(count)); }},
+        {"right", [&](int count) { return Whole(abc.Right(count)); }},
         {"find", [&](char c, int start) { return abc.Find(c, start); }},
         {"findEnd", [&] { return abc.Find('\0'); }},
         {"findText", [&](const char* text) { return abc.Find(text); }},
-        {"join", [&](const char* text) { return text + abc + '!' + abc + text; }},
+        {"join", [&](const char* text) { return Whole(text + abc + '!' + abc + text); }},
         {"compare", qx_stricmp},
         {"format",
          [](const char* format, const char* first, const char* second) {
