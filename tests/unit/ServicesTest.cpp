@@ -21,7 +21,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -74,13 +73,6 @@ TEST(Files, AreWrittenComparedAndDeleted) {
     const Calls calls = {
         {"save", [](S file, S text) { return sys_writeFile(file, text); }},
         {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'x')); }},
-        {"limitSize",
-         [](rlim_t size) {
-             rlimit limit = {};
-             getrlimit(RLIMIT_FSIZE, &limit);
-             limit.rlim_cur = std::min(size, limit.rlim_max);
-             return setrlimit(RLIMIT_FSIZE, &limit);
-         }},
         {"openOutput", [](S file) { return sys_openOutput(file, O_WRONLY, 0600).file.IsOpen(); }},
         {"chain",
          [](int links) {

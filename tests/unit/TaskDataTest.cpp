@@ -3,12 +3,9 @@
 #include "tests/support/Calls.h"
 #include "tests/support/TempDir.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <optional>
-#include <random>
 #include <regex>
-#include <set>
 
 #include <gtest/gtest.h>
 
@@ -59,17 +56,6 @@ std::string NameOf(int key) {
 int KeyOf(const std::string& name) {
     int key = 7;
     return VTaskData::GetKeyID(name, &key, 671, 1) == (key == 7 ? 0 : 1) ? key : -1;
-}
-
-/// True when long values with a joint are put together whole. They are copied unless they take most of the text.
-bool PutsTogether(const std::string& joint, bool isSecondLong) {
-    const std::string half(600000, 'h');
-    const std::string value = std::string(half).append(joint).append(half), second = isSecondLong ? value : "z";
-    VTaskData data("", true);
-    std::string text = "Description = first\nDescription = ";
-    text.append(value).append(" // comment\nTime_Zone = ").append(second);
-    EXPECT_TRUE(data.Deserialize(text, false));
-    return Value(data, 213) == half + half && Value(data, 102) == (isSecondLong ? half + half : second);
 }
 
 /// What the typed getters say of a value, as far as they answer.
@@ -126,7 +112,6 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
              return data->Serialize(text), text;
          }},
         {"errorLine", [&] { return data->GetErrorLine(); }},
-        {"putsTogether", PutsTogether},
         {"refused", Refused},
         {"load", [](S file) { return VTaskData(file, true).LoadFile("", true); }},
         {"save", [&](S file) { return data->SaveToFile(file); }},
@@ -150,29 +135,6 @@ TEST(TaskData, HoldsReadsAndWritesValues) {
         {"type", [&] { return data->GetType(); }},
     };
     MakeCalls("TaskData", calls);
-}
-
-// Entries without names compare by number with all others, in which three can compare in a circle.
-TEST(TaskData, WritesTheSameTextWhateverTheOrderOfAdding) {
-    std::vector<int> keys = {63552, 20410, 212, 213};
-    for (int i = 1; i < 100; ++i) {
-        keys.insert(keys.end(), {20400 + i, 23100 + i, 81000 + i});
-    }
-    std::set<std::string> texts;
-    for (int order = 0; order < 3; ++order) {
-        std::shuffle(keys.begin(), keys.end(), std::mt19937(11));
-        VTaskData data("", true);
-        for (const int key : keys) {
-            data.SetString(key, "<" + std::to_string(key), true);
-        }
-        for (int time = 0; time < 2; ++time) {
-            std::string text;
-            data.Serialize(text);
-            EXPECT_EQ(std::count(text.begin(), text.end(), '<'), 300) << "each entry stands in it";
-            texts.insert(text);
-        }
-    }
-    EXPECT_EQ(texts.size(), 1U);
 }
 
 /// What a file of this text becomes when it is loaded and saved.
