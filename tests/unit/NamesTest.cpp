@@ -1,9 +1,6 @@
 #include "Mis/NamCommon.h"
 #include "tests/support/Calls.h"
 
-#include <algorithm>
-#include <functional>
-
 #include <gtest/gtest.h>
 
 namespace {
