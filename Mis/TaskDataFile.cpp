@@ -1,7 +1,8 @@
 // The file side of VTaskData: loading, parsing, saving, and the fingerprint of what would be saved.
 
-#include "Mis/Report.h"
 #include "Mis/TaskData.h"
+
+#include "Mis/Report.h"
 #include "Mis/TaskData/KeyTable.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "Mis/Unix/WholeFile.h"

@@ -5,10 +5,6 @@
 
 #include <string_view>
 
-bool _TOInfo::IsRawData() const {
-    return std::string_view(typeSpec) == "#R";
-}
-
 // clang-format off
 constexpr _TOInfo taskOptions[taskOptionCount + 1] = {
     {  100, 0xffff, 101, 671, "#",                                              "",                                    "#H"},

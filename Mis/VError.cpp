@@ -238,6 +238,11 @@ void VI18NError::Severity(S severity) {
 VI18NFileNotFoundError::VI18NFileNotFoundError(long module, MessageSeverity severity, const Parameter& file)
     : VI18NError(module, msgFileNotFound.number, severity, file) {}
 
+void VString::FailForWantOf(std::size_t bytes) {
+    err_throw<VError>(std::make_unique<VI18NError>(msgOutOfMemory.module, msgOutOfMemory.number,
+                                                   msgOutOfMemory.severity, static_cast<unsigned>(bytes)));
+}
+
 std::unique_ptr<VError> err_caught() noexcept {
     assert(std::current_exception() != nullptr);
     try {

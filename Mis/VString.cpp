@@ -1,7 +1,5 @@
 #include "Mis/VString.h"
 
-#include "Mis/Report.h"
-#include "Mis/Unix/SysClientUnix.h"
 #include "classlib/String.h"
 
 #include <algorithm>
@@ -62,7 +60,7 @@ VString::VString(const VString& other) : VString() {
     }
     assert(other.GetData() != vDataNil);
     m_pchData = other.m_pchData;
-    sys_InterlockedIncrement(&GetData()->nRefs);
+    ++GetData()->nRefs;
 }
 
 VString::VString(const char* text) : VString() {
@@ -97,7 +95,7 @@ VString& VString::operator=(const VString& other) {
     Release();
     assert(other.GetData() != vDataNil);
     m_pchData = other.m_pchData;
-    sys_InterlockedIncrement(&GetData()->nRefs);
+    ++GetData()->nRefs;
     return *this;
 }
 
@@ -280,7 +278,7 @@ VStringData* VString::NewBlock(int nLen) {
     const std::size_t bytes = static_cast<std::size_t>(nLen) + blockOverhead;
     char* memory = new (std::nothrow) char[bytes];
     if (memory == nullptr) {
-        err_throw<VError>(err_make(msgOutOfMemory, static_cast<unsigned>(bytes)));
+        FailForWantOf(bytes);
     }
     auto* pData = new (memory) VStringData{1, nLen, nLen};
     pData->Characters()[nLen] = '\0';
@@ -309,7 +307,7 @@ void VString::Release(VStringData* pData) {
 }
 
 void VString::DropReference(VStringData* pData) {
-    if (pData != NilBlock() && sys_InterlockedDecrement(&pData->nRefs) <= 0) {
+    if (pData != NilBlock() && --pData->nRefs <= 0) {
         delete[] reinterpret_cast<char*>(pData);
     }
 }

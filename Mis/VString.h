@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cassert>
+#include <cstddef>
 
 /// The header of a text block; the characters and their terminator follow it. A block for n characters is one
 /// array of n + 13 chars. The byte at index nDataLength is always 0.
@@ -89,6 +90,8 @@ private:
     }
 
     static VStringData* NewBlock(int nLen);
+    /// Defined in VError.cpp, since an error object holds strings.
+    [[noreturn]] static void FailForWantOf(std::size_t bytes);
     static void Release(VStringData* pData);
     static void DropReference(VStringData* pData);
     void AllocBuffer(int nLen);

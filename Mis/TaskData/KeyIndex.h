@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Mis/TaskOptions.h"
+#include "Mis/TaskData/KeyRow.h"
 #include "classlib/String.h"
 
 #include <algorithm>

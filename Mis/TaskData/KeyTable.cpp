@@ -1,6 +1,7 @@
 #include "Mis/TaskData/KeyTable.h"
 
 #include "Mis/TaskData/KeyIndex.h"
+#include "Mis/TaskOptions.h"
 #include "classlib/String.h"
 
 #include <algorithm>

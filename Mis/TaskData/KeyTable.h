@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Mis/TaskOptions.h"
+#include "Mis/TaskData/KeyRow.h"
 
 #include <string>
 #include <string_view>
