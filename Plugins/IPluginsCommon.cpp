@@ -9,7 +9,7 @@ namespace Plugins {
 
 // ORDER PluginCode_
 // clang-format off
-const char* const plugin_names[16] = {
+const char* const plugin_names[UNDEFINED + 1] = {
     "EXCH",
     "EXCHMAPI",
     "SQLSERVER_70",
@@ -28,7 +28,7 @@ const char* const plugin_names[16] = {
     "",
 };
 
-const char* const plugin_description[16] = {
+const char* const plugin_description[UNDEFINED + 1] = {
     "Exchange DR",
     "Exchange MAPI",
     "MS SQL Server backup and recovery",
@@ -47,17 +47,17 @@ const char* const plugin_description[16] = {
     "",
 };
 
-const char* const mod_strs[16] = {
+const char* const mod_strs[UNDEFINED + 1] = {
     "EXDB", "EXMA", "MSQL", "ORCL", "RMAN", "OTM ", "VBA ", "CLUS",
     "SMS ", "VMWR", "SS  ", "SPP ", "SV  ", "EXVS", "DPM ", "",
 };
 
-const int log_codes[16] = {
+const int log_codes[UNDEFINED + 1] = {
     200, 201, 202, 203, 204, 205, 206, 207,
     208, 209, 210, 211, 212, 213, 214, 0,
 };
 
-const char* const dll_names[16] = {
+const char* const dll_names[UNDEFINED + 1] = {
     "",
     "",
     "",

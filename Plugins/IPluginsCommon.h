@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// The plug-ins that the agent knows, in parallel tables indexed by Plugins::PluginCode_. Lookups search the rows 0 to
-/// 14; row 15 stands for "unknown".
+/// The plug-ins that the agent knows, in parallel tables indexed by Plugins::PluginCode_. Lookups search the rows
+/// before the last, UNDEFINED, which stands for "unknown".
 namespace Plugins {
 
 // ORDER PluginCode_
@@ -29,11 +29,11 @@ enum PluginCode_ {
     UNDEFINED = 15,
 };
 
-extern const char* const plugin_names[16];
-extern const char* const plugin_description[16];
-extern const char* const mod_strs[16];  ///< four characters each
-extern const int log_codes[16];         ///< numbers of their message modules
-extern const char* const dll_names[16]; ///< file names of their libraries, empty for none; the last is null
+extern const char* const plugin_names[UNDEFINED + 1];
+extern const char* const plugin_description[UNDEFINED + 1];
+extern const char* const mod_strs[UNDEFINED + 1];  ///< four characters each
+extern const int log_codes[UNDEFINED + 1];         ///< numbers of their message modules
+extern const char* const dll_names[UNDEFINED + 1]; ///< file names of their libraries, empty for none; the last is null
 extern const char* const oracle_8i_solaris_name;
 extern const char* const oracle_8i_solaris_dll;
 

@@ -8,7 +8,8 @@ public:
     /// The one registry.
     static IPlugins* instance();
 
-    /// The text, four characters, of a plug-in's message module. REQUIRES: 200 <= mod <= 214.
+    /// The text, four characters, of a plug-in's message module. REQUIRES: `mod` is in Plugins::log_codes before the
+    /// last row.
     const char* mod2str(int mod);
 
     /// Called with the list of plug-ins of a configuration file, and after it. Both do nothing: a configuration file
