@@ -3,6 +3,7 @@
 #include "Mis/TaskData/TaskEntries.h"
 #include "Mis/TaskData/TaskEntry.h"
 #include "Mis/TaskData/TaskReader.h"
+#include "Mis/TaskData/TaskRefusal.h"
 #include "Mis/TaskData/TaskWriter.h"
 #include "Mis/TaskKeys.h"
 #include "Mis/TaskOptions.h"
@@ -12,6 +13,7 @@
 #include "classlib/FilenameHelper.h"
 #include "classlib/Signature.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -44,6 +46,8 @@ public:
     /// and empty if it failed at none.
     int GetErrorLine() const noexcept { return m_errorLine; }
     void GetErrorLine(std::string& text) const { text = m_errorText; }
+    /// Why the last whole text failed, or the last line that ParseLine refused.
+    TaskRefusal GetErrorCause() const noexcept { return m_errorCause; }
 
     /// Each sets `*out` to the value, or to an empty text when there is none.
     int GetRaw(int key, std::string* out) const;
@@ -109,6 +113,9 @@ public:
     long SaveToFile(std::string name);
     /// Replaces `out` by the whole text, entries sorted. Returns: its length.
     long Serialize(std::string& out);
+    /// Calls `visit` with key, name and value of each header value and entry, in the order in which they are written.
+    using Visitor = std::function<void(int key, const std::string& name, const std::string& value)>;
+    void VisitWritten(const Visitor& visit);
     /// Appends the lines for one entry. Returns: true.
     bool UnparseLine(VTDEntry& entry, std::string& out);
     /// Appends the lines that close all open sections.
@@ -120,6 +127,8 @@ private:
     bool DeserializeText(std::string_view text, bool applySideEffects);
     bool ParseAll(std::string_view text, bool applySideEffects);
     bool Parse(std::string_view line, bool applySideEffects);
+    bool Refuse(TaskRefusal cause);
+    std::string WrittenName(const VTDEntry& entry) const;
     bool StoreHeader(int key, std::string_view value);
     bool StorePlugins(const std::string& list);
     bool Store(int key, std::string_view value, bool applySideEffects);
@@ -137,6 +146,7 @@ private:
     TaskEntries m_entries;
     int m_errorLine = 0;
     std::string m_errorText;
+    TaskRefusal m_errorCause = TaskRefusal::none;
     TaskReader m_reader;
     TaskWriter m_writer;
     std::string m_comment;

@@ -58,10 +58,12 @@ bool VTaskData::DeserializeText(std::string_view text, bool applySideEffects) {
     m_reader.Reset(text.size());
     m_errorLine = 0;
     m_errorText.clear();
+    m_errorCause = TaskRefusal::none;
     m_version = firstFormatVersion;
     m_buildVersion.clear();
     m_type = firstType;
     if (text.empty()) {
+        m_errorCause = TaskRefusal::textEmpty;
         return false;
     }
     const bool accepted = ParseAll(text, applySideEffects);
@@ -92,12 +94,24 @@ bool VTaskData::ParseLine(std::string line, bool applySideEffects) {
 bool VTaskData::Parse(std::string_view line, bool applySideEffects) {
     switch (m_reader.Next(line)) {
     case TaskReader::Line::done: return true;
-    case TaskReader::Line::bad: return false;
+    case TaskReader::Line::bad: return Refuse(TaskRefusal::noEquals);
     case TaskReader::Line::key: break;
     }
     int index = 0;
     const _TOInfo* row = KeyTable::FirstNamed(m_reader.Name(), m_version, m_type, &index);
-    return row != nullptr && Store(row->id + index, m_reader.Value(), applySideEffects);
+    if (row == nullptr) {
+        return Refuse(task_whyNotNamed(m_reader.Name()));
+    }
+    const int key = row->id + index;
+    if (Store(key, m_reader.Value(), applySideEffects)) {
+        return true;
+    }
+    return Refuse(key == keyFormatVersion ? TaskRefusal::versionTooNew : task_whyNotTaken(key, m_reader.Value()));
+}
+
+bool VTaskData::Refuse(TaskRefusal cause) {
+    m_errorCause = cause;
+    return false;
 }
 
 bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
@@ -151,19 +165,23 @@ long VTaskData::Serialize(std::string& out) {
         out += m_comment;
         out += "\r\n";
     }
-    VTDEntry headers[] = {
+    VisitWritten([&](int, const std::string& name, const std::string& value) { m_writer.Write(name, value, out); });
+    ClosingLine(out);
+    return static_cast<long>(out.size());
+}
+
+void VTaskData::VisitWritten(const Visitor& visit) {
+    const VTDEntry headers[] = {
         {keyBuildVersion, m_buildVersion, m_version, m_type},
         {keyFormatVersion, std::to_string(m_version), m_version, m_type},
         {keyType, std::to_string(m_type), m_version, m_type},
     };
-    for (VTDEntry& header : headers) {
-        UnparseLine(header, out);
+    for (const VTDEntry& header : headers) {
+        visit(header.GetKey(), WrittenName(header), header.GetValue());
     }
-    for (VTDEntry* entry : m_entries.Sorted()) {
-        UnparseLine(*entry, out);
+    for (const VTDEntry* entry : m_entries.Sorted()) {
+        visit(entry->GetKey(), WrittenName(*entry), entry->GetValue());
     }
-    ClosingLine(out);
-    return static_cast<long>(out.size());
 }
 
 /// An upper bound for the length of the text, so that it is never moved while it grows.
@@ -178,10 +196,14 @@ std::size_t VTaskData::LongestText() const {
 }
 
 bool VTaskData::UnparseLine(VTDEntry& entry, std::string& out) {
+    m_writer.Write(WrittenName(entry), entry.GetValue(), out);
+    return true;
+}
+
+std::string VTaskData::WrittenName(const VTDEntry& entry) const {
     std::string name = entry.GetName();
     GetKeyName(entry.GetKey(), name, m_version, m_type);
-    m_writer.Write(name, entry.GetValue(), out);
-    return true;
+    return name;
 }
 
 void VTaskData::ClosingLine(std::string& out) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <iterator>
 
 using Row = KeyIndex::Row;
@@ -54,6 +55,15 @@ template <class Fits> const _TOInfo* FirstRow(int id, Fits fits) {
         }
     }
     return nullptr;
+}
+
+/// True when `name` matches the part of a row's name that `part` takes. Headings are no keys.
+template <class Part> bool AnyKey(std::string_view name, Part part) {
+    const std::string_view word = FirstWord(txccl::string::CropEnd(name));
+    return std::any_of(taskOptions, taskOptions + taskOptionCount, [word, part](const _TOInfo& row) {
+        int index = 0;
+        return *row.keyName != '#' && MatchWord(word, part(row.keyName), &index);
+    });
 }
 
 } // namespace
@@ -118,6 +128,17 @@ const _TOInfo* KeyTable::LastNaming(int key, int version, int type) {
         }
     }
     return last;
+}
+
+bool KeyTable::HasKey(std::string_view name) {
+    return AnyKey(name, [](const char* keyName) { return keyName; });
+}
+
+bool KeyTable::HasKeyInSection(std::string_view name) {
+    return AnyKey(name, [](const char* keyName) {
+        const char* dot = std::strrchr(keyName, '.');
+        return dot == nullptr ? keyName : dot + 1;
+    });
 }
 
 std::string KeyTable::NameOf(const _TOInfo& row, int key) {

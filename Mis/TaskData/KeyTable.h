@@ -25,6 +25,9 @@ public:
     static const _TOInfo* FirstNamed(std::string_view name, int version, int type, int* index);
     /// The last legal row one of whose names is that of `key`; null for none.
     static const _TOInfo* LastNaming(int key, int version, int type);
-    /// The name of `key` by such a row.
+    /// True when a key has this name, or this name in some section, whatever its version and type.
+    static bool HasKey(std::string_view name);
+    static bool HasKeyInSection(std::string_view name);
+    /// The name of `key` by the row that LastNaming gives.
     static std::string NameOf(const _TOInfo& row, int key);
 };
