@@ -85,6 +85,15 @@ bool KeyTable::Match(std::string_view text, const char* pattern, int* index) noe
     return MatchWord(FirstWord(text), pattern, index);
 }
 
+std::vector<const _TOInfo*> KeyTable::AllOf(int key) {
+    std::vector<const _TOInfo*> rows;
+    FirstRow(RowId(key), [&rows](const _TOInfo& row) {
+        rows.push_back(&row);
+        return false;
+    });
+    return rows;
+}
+
 const _TOInfo* KeyTable::FirstOf(int key) {
     return FirstRow(RowId(key), [](const _TOInfo&) { return true; });
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Lookups over taskOptions. Each gives what a scan of the whole table would, from the first row to the last, but looks
 /// only at the rows that can fit.
@@ -17,7 +18,8 @@ public:
     /// are then the decimal number `*index`, INT_MAX when it does not fit.
     static bool Match(std::string_view text, const char* pattern, int* index) noexcept;
 
-    /// The first row for `key`, whatever its version and type; null for none.
+    /// All rows for `key`, whatever their version and type, and the first of them, null for none.
+    static std::vector<const _TOInfo*> AllOf(int key);
     static const _TOInfo* FirstOf(int key);
     /// The first row for `key` that is legal for the version and type; null for none.
     static const _TOInfo* FirstLegal(int key, int version, int type);

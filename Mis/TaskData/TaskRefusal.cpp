@@ -2,7 +2,6 @@
 
 #include "Mis/TaskData/KeyTable.h"
 #include "Mis/TaskData/TaskValue.h"
-#include "Mis/TaskOptions.h"
 
 #include <cstddef>
 #include <iterator>
@@ -38,13 +37,11 @@ TaskRefusal task_whyNotNamed(std::string_view name) {
 
 TaskRefusal task_whyNotTaken(int key, std::string_view value) {
     bool isKey = false;
-    for (const _TOInfo* row = taskOptions; row->id != 0; ++row) {
-        if (row->id == KeyTable::RowId(key)) {
-            if (task_valueFits(row->typeSpec, value)) {
-                return TaskRefusal::notLegal;
-            }
-            isKey = isKey || *row->keyName != '#';
+    for (const _TOInfo* row : KeyTable::AllOf(key)) {
+        if (task_valueFits(row->typeSpec, value)) {
+            return TaskRefusal::notLegal;
         }
+        isKey = isKey || *row->keyName != '#';
     }
     return isKey ? TaskRefusal::valueNotOfKind : TaskRefusal::keyUnknown;
 }
