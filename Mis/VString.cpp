@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-// Initialised without running code: strings of other units may be made before this unit's turn.
+// Compilers initialise these without running code: strings of other units may be made before this unit's turn.
 constinit int rgInitData[4] = {-1, 0, 0, 0};
 VStringData* vDataNil = reinterpret_cast<VStringData*>(rgInitData);
 const char* vPchNil = reinterpret_cast<const char*>(rgInitData + 3);
@@ -22,15 +22,6 @@ using txccl::string::Lowered;
 namespace {
 
 constexpr int blockOverhead = static_cast<int>(sizeof(VStringData)) + 1;
-
-char* NilCharacters() noexcept {
-    return reinterpret_cast<char*>(rgInitData + 3);
-}
-
-/// The value of vDataNil. That is a variable, which the compiler would have to load.
-VStringData* NilBlock() noexcept {
-    return reinterpret_cast<VStringData*>(rgInitData);
-}
 
 bool IsValidString(const char* text) noexcept {
     return text != nullptr;
@@ -50,7 +41,7 @@ bool IsSpace(char ch) {
 
 } // namespace
 
-VString::VString() noexcept : m_pchData(NilCharacters()) {}
+VString::VString() noexcept : m_pchData(vDataNil->Characters()) {}
 
 VString::VString(const VString& other) : VString() {
     assert(other.GetData()->nRefs != 0);
@@ -79,7 +70,7 @@ VString::VString(char ch, int count) : VString() {
 }
 
 VString::~VString() {
-    DropReference(GetData());
+    Release(GetData());
 }
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a string shares its own characters
@@ -261,7 +252,7 @@ VString VString::Mid(int first, int count) const {
     first = std::clamp(first, 0, nLength);
     count = std::clamp(count, 0, nLength - first);
     VString part;
-    AllocCopy(part, count, first, 0);
+    AllocCopy(part, count, first);
     return part;
 }
 
@@ -288,26 +279,18 @@ VStringData* VString::NewBlock(int nLen) {
 void VString::AllocBuffer(int nLen) {
     assert(nLen >= 0);
     assert(nLen <= (2147483647 - 1));
-    m_pchData = nLen == 0 ? NilCharacters() : NewBlock(nLen)->Characters();
+    m_pchData = nLen == 0 ? vDataNil->Characters() : NewBlock(nLen)->Characters();
 }
 
 void VString::Release() {
-    if (GetData() != vDataNil) {
-        assert(GetData()->nRefs != 0);
-        DropReference(GetData());
-    }
-    m_pchData = NilCharacters();
+    assert(GetData()->nRefs != 0);
+    Release(GetData());
+    m_pchData = vDataNil->Characters();
 }
 
 void VString::Release(VStringData* pData) {
-    if (pData != vDataNil) {
-        assert(pData->nRefs != 0);
-        DropReference(pData);
-    }
-}
-
-void VString::DropReference(VStringData* pData) {
-    if (pData != NilBlock() && --pData->nRefs <= 0) {
+    assert(pData->nRefs != 0);
+    if (pData != vDataNil && --pData->nRefs <= 0) {
         delete[] reinterpret_cast<char*>(pData);
     }
 }
@@ -332,14 +315,9 @@ VStringData* VString::AllocBeforeWrite(int nLen) {
     return pOldData;
 }
 
-void VString::AllocCopy(VString& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const {
-    const int nNewLen = nCopyLen + nExtraLen;
-    if (nNewLen == 0) {
-        dest.Release();
-        return;
-    }
+void VString::AllocCopy(VString& dest, int nCopyLen, int nCopyIndex) const {
     VStringData* pOldData = dest.GetData();
-    dest.AllocBuffer(nNewLen);
+    dest.AllocBuffer(nCopyLen);
     std::memcpy(dest.m_pchData, m_pchData + nCopyIndex, static_cast<std::size_t>(nCopyLen));
     Release(pOldData);
 }

@@ -92,15 +92,15 @@ private:
     static VStringData* NewBlock(int nLen);
     /// Defined in VError.cpp, since an error object holds strings.
     [[noreturn]] static void FailForWantOf(std::size_t bytes);
-    static void Release(VStringData* pData);
-    static void DropReference(VStringData* pData);
     void AllocBuffer(int nLen);
+    /// Gives a block up. The first makes the string empty, too.
     void Release();
+    static void Release(VStringData* pData);
     void CopyBeforeWrite();
     /// Makes room for nLen characters; the old text may be lost. Returns: the block to release once the new text is in
     /// place, vDataNil for none.
     VStringData* AllocBeforeWrite(int nLen);
-    void AllocCopy(VString& dest, int nCopyLen, int nCopyIndex, int nExtraLen) const;
+    void AllocCopy(VString& dest, int nCopyLen, int nCopyIndex) const;
     void AssignCopy(int nSrcLen, const char* src);
     void ConcatCopy(int n1, const char* s1, int n2, const char* s2);
     void ConcatInPlace(int nSrcLen, const char* src);
@@ -114,10 +114,11 @@ static_assert(sizeof(VString) == sizeof(char*));
 /// The shared empty string. Lives until the process ends.
 const VString& GetEmptyString();
 
-/// Compares case-insensitively; bytes from 0x80 up sort below all others. Returns: -1, 0 or 1.
+/// Compares without regard to the case of ASCII letters, whatever the locale. Bytes from 0x80 up are equal to
+/// themselves alone and sort below all others. Returns: -1, 0 or 1.
 int qx_stricmp(const char* a, const char* b);
 
-/// Fills the first two "%s" markers of `text`. Before the second marker "%%" becomes one "%"; all other text stays. A
-/// "%s" behind a "%" counts as a marker but is not filled. A null argument shows as "(null)". Returns: 1, or 0 with
-/// `text` unchanged when there are fewer than two markers.
+/// Fills the first two "%s" markers of `text`. Before the second marker "%%" becomes one "%"; all other text stays,
+/// other conversions included. A "%s" behind a "%" counts as a marker but is not filled. A null argument shows as
+/// "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer than two markers.
 int VStringFormat(VString& text, const char* first, char* second);
