@@ -2,6 +2,7 @@
 
 #include "Mis/Log.h"
 
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "classlib/File.h"
 #include "classlib/FilenameHelper.h"
@@ -11,8 +12,6 @@
 #include <ctime>
 #include <vector>
 
-#include <sys/stat.h>
-
 namespace {
 
 logfilelist Candidate(const std::string& dir, const std::string& name, int index) {
@@ -20,11 +19,9 @@ logfilelist Candidate(const std::string& dir, const std::string& name, int index
     file.path = txccl::FilenameHelper::join(dir, name) + "-" + std::to_string(index + 1) + ".XLOG";
     file.index = index;
     file.exists = txccl::File::exists(file.path);
-    struct stat status = {};
-    if (file.exists && stat(file.path.c_str(), &status) == 0) {
-        file.size = status.st_size;
-        file.modified = status.st_mtime;
-    }
+    const FileStatus status = FileStatus::Of(file.path);
+    file.size = status.Size();
+    file.modified = status.Modified();
     return file;
 }
 
@@ -91,7 +88,6 @@ std::string batutil_GetNextFilename(std::string dir, std::string name) {
     bool recycle = false;
     const logfilelist& chosen = files[Choose(files, maxLogFileSize, now, recycle)];
     if (recycle) {
-        // Not sys_delete, which would take a directory with a "*" in its name for a pattern.
         sys_remove(chosen.path.c_str());
     }
     currLogFileNo = chosen.index;

@@ -1,12 +1,11 @@
 #include "classlib/File.h"
 
-#include <sys/stat.h>
+#include "Mis/Unix/FileStatus.h"
 
 namespace txccl {
 
 bool File::exists(const std::string& path) {
-    struct stat status = {};
-    return !path.empty() && lstat(path.c_str(), &status) == 0;
+    return !path.empty() && FileStatus::OfEntry(path).IsPresent();
 }
 
 } // namespace txccl

@@ -37,6 +37,8 @@ public:
     off_t Size() const noexcept { return m_status.st_size; }
     /// The bytes of the blocks that the file occupies; holes occupy none.
     off_t Allocated() const noexcept;
+    /// Seconds since 1970.
+    time_t Modified() const noexcept { return m_status.st_mtime; }
     uid_t Owner() const noexcept { return m_status.st_uid; }
     gid_t Group() const noexcept { return m_status.st_gid; }
     mode_t Permissions() const noexcept { return m_status.st_mode & 0777U; }

@@ -12,8 +12,8 @@ class VI18NError;
 /// cannot be read is logged (SYST 5065, warning).
 bool sys_delete(const char* path);
 
-/// Removes the file or empty directory that `path` names; "*" and "?" have no special meaning. Returns: true when it
-/// was removed.
+/// Removes the file or empty directory that `path` names. For names that come from outside: sys_delete would take a "*"
+/// or "?" in them for a pattern. Returns: true when it was removed.
 bool sys_remove(const char* path);
 
 /// Writes the host's name up to its first "." to `buffer`, which must have room for any node name: 65 bytes on this
