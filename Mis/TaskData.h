@@ -58,6 +58,12 @@ public:
 
     /// Returns: 0 also when the value does not fit the key. The value of a new entry is cropped; one that replaces
     /// another is not.
+    ///
+    /// Not all that these take reads back as it was set. Keys 11 to 13 become entries, which are written besides the
+    /// header lines and read as header values. A line end in a value is written as it is, and what follows it is then
+    /// read as a line of its own. A key that lies among those of a row but has no name for the object's version and
+    /// type, such as 20401, is written with the name that it had when it was set, if any: a line that is refused, or
+    /// that sets key 800 in a file of type 4.
     int SetRaw(int key, const std::string& value, bool overwrite);
     int SetString(int key, const std::string& value, bool overwrite);
     int SetString(int key, const char* value, bool overwrite);
@@ -67,7 +73,8 @@ public:
     /// Deletes all keys from `start` to `end`. REQUIRES: start <= end.
     int DeleteKey(int start, int end);
 
-    /// Typed values. A get returns 0 also when the value is not of the kind, a set when the key does not take it.
+    /// Typed values. A get returns 0 also when the value is not of the kind, a set when the key does not take it. A
+    /// number above INT_MAX is got as INT_MAX.
     int GetBool(int key, bool* out) const;
     int SetBool(int key, bool value, bool overwrite);
     int GetNumeric(int key, int* out) const;

@@ -132,7 +132,7 @@ bool VTaskData::Store(int key, std::string_view value, bool applySideEffects) {
 
 bool VTaskData::StoreHeader(int key, std::string_view value) {
     switch (key) {
-    case keyType: m_type = txccl::string::LeadingNumber(value); return true;
+    case keyType: m_type = txccl::string::LeadingSignedNumber(value); return true;
     case keyBuildVersion: m_buildVersion = value; return true;
     default: break;
     }

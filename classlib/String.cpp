@@ -14,6 +14,13 @@ constexpr bool IsWhitespace(char c) noexcept {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
+/// The number at the start of `text`, a "-" in front included; `beyond` for one that no int can hold.
+int ReadNumber(std::string_view text, int beyond) noexcept {
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    return result.ec == std::errc::result_out_of_range ? beyond : number;
+}
+
 static_assert(WHITESPACE.size() == 4 && std::all_of(WHITESPACE.begin(), WHITESPACE.end(), IsWhitespace));
 
 } // namespace
@@ -56,12 +63,14 @@ std::string Join(const std::vector<std::string_view>& pieces, std::string_view s
 }
 
 int LeadingNumber(std::string_view text) noexcept {
+    return text.starts_with('-') ? 0 : ReadNumber(text, std::numeric_limits<int>::max());
+}
+
+int LeadingSignedNumber(std::string_view text) noexcept {
     if (text.starts_with('-')) {
-        return 0;
+        return ReadNumber(text, std::numeric_limits<int>::min());
     }
-    int number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    return result.ec == std::errc::result_out_of_range ? std::numeric_limits<int>::max() : number;
+    return LeadingNumber(text.substr(text.starts_with('+') ? 1 : 0));
 }
 
 } // namespace txccl::string

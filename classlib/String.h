@@ -36,4 +36,7 @@ std::string Join(const std::vector<std::string_view>& pieces, std::string_view s
 /// The number that the leading decimal digits make; 0 when there are none, INT_MAX when it does not fit.
 int LeadingNumber(std::string_view text) noexcept;
 
+/// The same with "+" or "-" allowed in front; INT_MIN when it does not fit below.
+int LeadingSignedNumber(std::string_view text) noexcept;
+
 } // namespace txccl::string

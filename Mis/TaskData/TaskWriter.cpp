@@ -42,10 +42,8 @@ void TaskWriter::Write(std::string_view name, std::string_view value, std::strin
 
     const std::size_t lineStart = out.size();
     Indent(parts.size() - 1, out);
-    if (!name.empty()) {
-        out += parts.back();
-        out += " = ";
-    }
+    out += parts.back();
+    out += " = ";
     WriteBroken(out.size() - lineStart, value, out);
     if (m_open.empty()) {
         out += lineEnd;

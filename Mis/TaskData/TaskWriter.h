@@ -11,8 +11,8 @@ public:
     /// Forgets the open sections.
     void Reset();
 
-    /// Appends the lines of one key: those that close and open sections, and its own. `name` is the dotted name; for an
-    /// empty one only the value is written. REQUIRES: indent, name and " = " take at most 78 characters, as those of
+    /// Appends the lines of one key: those that close and open sections, and its own. `name` is the dotted name, which
+    /// may be empty. REQUIRES: indent, name and " = " take at most 78 characters, as those of
     /// all keys in the key table do.
     void Write(std::string_view name, std::string_view value, std::string& out);
 

@@ -16,7 +16,7 @@ inline bool Survives(const std::string& name, const std::string& value) {
     for (std::size_t end = width; end < line.size(); end += width) {
         intact = intact && line.compare(end - 2, 2, "\"-") != 0 && line.compare(end, line.npos, "-") != 0;
     }
-    return intact && !name.empty() && !value.ends_with('{') && txccl::string::Crop(value) == value;
+    return intact && !value.ends_with('{') && txccl::string::Crop(value) == value;
 }
 
 /// The law of the format: what is written reads back. Two things are exempt: a value that the syntax changes, and
