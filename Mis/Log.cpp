@@ -236,7 +236,7 @@ int I18N_log_show(std::string* text, const logopt* opt, char severity) {
     UpdateLogStatistics(severity);
     std::string line = *text;
     if (opt == nullptr) {
-        return WriteToConsole(line);
+        return g_logopt.block == nullptr ? WriteToConsole(line) : WriteToBlock(line, g_logopt.block);
     }
     constexpr std::size_t longestIdentified = 1022;
     if (opt->identity != nullptr && line.size() > longestIdentified) {

@@ -75,8 +75,9 @@ std::string batutil_GetNextFilename(std::string dir, std::string name);
 /// batutil_CheckLogSize. Returns: 1.
 unsigned long gui_show(unsigned long flag, char* text);
 
-/// Writes a complete line as `opt` says, to the console when it is null. Returns: 1, or 0 when the line could not be
-/// written, after reporting that (LOGS 56, error, the log's path). A flush that fails is not reported.
+/// Writes a complete line as `opt` says. When that is null, the line goes to the open run log, or to the console if
+/// none is open. Returns: 1, or 0 when the line could not be written, after reporting that (LOGS 56, error, the log's
+/// path). A flush that fails is not reported.
 int I18N_log_show(std::string* text, const logopt* opt, char severity);
 
 /// Writes the 12 characters of the local time in the form "Nov13 02:31 " and a terminator to `buf`. Returns: 12.
