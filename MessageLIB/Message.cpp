@@ -220,7 +220,8 @@ MessageSeverity Message::FromSeverityChar(const char* text) noexcept {
     return FromSeverityChar(text == nullptr ? '\0' : *text);
 }
 
-MessageParameter::MessageParameter(Message& message)
-    : Parameter(ParameterMessage, message.GetStringForMessageParam()) {}
+// The record is asked for its form, since a derived one may have its own. Asking does not change it.
+MessageParameter::MessageParameter(const Message& message)
+    : Parameter(ParameterMessage, const_cast<Message&>(message).GetStringForMessageParam()) {}
 
 } // namespace I18NMessage

@@ -165,7 +165,7 @@ private:
 /// A parameter whose value is a record, written as that record's XML.
 class MessageParameter : public Parameter {
 public:
-    explicit MessageParameter(Message& message);
+    explicit MessageParameter(const Message& message);
 };
 
 /// Logs `message` as Message::Log does. If that fails, writes the record and the stack to standard error.

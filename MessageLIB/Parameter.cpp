@@ -4,6 +4,21 @@
 
 namespace I18NMessage {
 
+// Made before any other static object and so destroyed after it: a destructor may still log.
+// clang-format off
+[[gnu::init_priority(101)]] const std::string item_open_xml        = "<";
+[[gnu::init_priority(101)]] const std::string item_close_xml       = ">";
+[[gnu::init_priority(101)]] const std::string item_end_xml         = "</";
+[[gnu::init_priority(101)]] const std::string item_space           = " ";
+[[gnu::init_priority(101)]] const std::string item_equals          = "=\"";
+[[gnu::init_priority(101)]] const std::string item_close_xml_quote = "\">";
+[[gnu::init_priority(101)]] const std::string tag_message          = "M";
+[[gnu::init_priority(101)]] const std::string tag_param_list       = "PS";
+[[gnu::init_priority(101)]] const std::string tag_param            = "P";
+[[gnu::init_priority(101)]] const std::string tag_message_list     = "MS";
+[[gnu::init_priority(101)]] const std::string attr_type            = "T";
+// clang-format on
+
 namespace {
 
 /// The length of the UTF-8 character at the start of `text`; 0 if it is malformed, forbidden in XML, or a control one.
@@ -67,11 +82,19 @@ Parameter::Parameter() = default;
 
 Parameter::Parameter(const char* text) : m_value(text == nullptr ? "" : text) {}
 
-Parameter::Parameter(int number) : Parameter(static_cast<long>(number)) {}
+Parameter::Parameter(const std::string& text) : m_value(text) {}
 
-Parameter::Parameter(unsigned number) : m_type(ParameterNumber), m_value(std::to_string(number)) {}
+Parameter::Parameter(int number) : Parameter(ParameterNumber, std::to_string(number)) {}
 
-Parameter::Parameter(long number) : m_type(ParameterNumber), m_value(std::to_string(number)) {}
+Parameter::Parameter(long number) : Parameter(ParameterNumber, std::to_string(number)) {}
+
+Parameter::Parameter(long long number) : Parameter(ParameterNumber, std::to_string(number)) {}
+
+Parameter::Parameter(unsigned number) : Parameter(ParameterNumber, std::to_string(number)) {}
+
+Parameter::Parameter(unsigned long number) : Parameter(ParameterNumber, std::to_string(number)) {}
+
+Parameter::Parameter(unsigned long long number) : Parameter(ParameterNumber, std::to_string(number)) {}
 
 Parameter::Parameter(ParameterType type, std::string value) : m_type(type), m_value(std::move(value)) {}
 

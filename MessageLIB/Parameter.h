@@ -2,21 +2,22 @@
 
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace I18NMessage {
 
 /// The pieces of the log's XML elements. The start tags of records are in Message.cpp.
-inline constexpr std::string_view item_open_xml = "<";
-inline constexpr std::string_view item_close_xml = ">";
-inline constexpr std::string_view item_end_xml = "</";
-inline constexpr std::string_view item_space = " ";
-inline constexpr std::string_view item_equals = "=\"";
-inline constexpr std::string_view item_close_xml_quote = "\">";
-inline constexpr std::string_view tag_message = "M";
-inline constexpr std::string_view tag_param_list = "PS";
-inline constexpr std::string_view tag_param = "P";
-inline constexpr std::string_view tag_message_list = "MS";
-inline constexpr std::string_view attr_type = "T";
+extern const std::string item_open_xml;
+extern const std::string item_close_xml;
+extern const std::string item_end_xml;
+extern const std::string item_space;
+extern const std::string item_equals;
+extern const std::string item_close_xml_quote;
+extern const std::string tag_message;
+extern const std::string tag_param_list;
+extern const std::string tag_param;
+extern const std::string tag_message_list;
+extern const std::string attr_type;
 
 /// `text` as the content of an element or, with `attribute`, as the value of an attribute. The result is one line of
 /// well-formed XML, whatever the bytes. Line ends become references, and so do tabs in an attribute, where a parser
@@ -31,6 +32,10 @@ enum ParameterType : int {
     ParameterNumber = 3,
 };
 
+/// A class whose objects convert to their characters, such as VString.
+template <class Text>
+concept TextClass = std::is_class_v<Text> && std::is_convertible_v<const Text&, const char*>;
+
 /// A typed value of a message record.
 class Parameter {
 public:
@@ -38,9 +43,14 @@ public:
     Parameter();
     /// A null pointer gives the empty text.
     Parameter(const char* text);
+    Parameter(const std::string& text);
+    template <TextClass Text> Parameter(const Text& text) : Parameter(static_cast<const char*>(text)) {}
     Parameter(int number);
     Parameter(long number);
+    Parameter(long long number);
     Parameter(unsigned number);
+    Parameter(unsigned long number);
+    Parameter(unsigned long long number);
     Parameter(const Parameter&) = default;
     Parameter(Parameter&&) = default;
     Parameter& operator=(const Parameter&) = default;

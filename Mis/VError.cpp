@@ -52,9 +52,7 @@ VError::VError(const VError& other) : VObject(other) {
 }
 
 VError& VError::operator=(const VError& other) {
-    if (this != &other) {
-        CopyFrom(const_cast<VError*>(&other));
-    }
+    CopyFrom(const_cast<VError*>(&other));
     return *this;
 }
 

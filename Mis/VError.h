@@ -104,8 +104,8 @@ public:
     VI18NFileNotFoundError(long module, I18NMessage::MessageSeverity severity, const I18NMessage::Parameter& file);
 };
 
-/// The text of a module: four characters (three for 105), or an empty text for a number that names none. Numbers from
-/// 200 up belong to plug-ins; one that belongs to no plug-in fails an assertion.
+/// The text of a module: four characters (three for 105). Numbers from 106 to 199 and below 0 name no module and give
+/// an empty text. Those from 200 up belong to plug-ins; one that belongs to no plug-in fails an assertion.
 const char* msg_mod2str(int module);
 
 /// Throws `error` as a pointer to Thrown, the type by which it can be caught.
