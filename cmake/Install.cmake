@@ -45,11 +45,19 @@ install(TARGETS AgentClient EXPORT AgentClientTargets DESTINATION ${CMAKE_INSTAL
 install(DIRECTORY MessageLIB Mis Plugins classlib DESTINATION ${headers} COMPONENT Development
   FILES_MATCHING PATTERN "*.h")
 set(library_config ${CMAKE_INSTALL_LIBDIR}/cmake/AgentClient)
-install(EXPORT AgentClientTargets DESTINATION ${library_config} COMPONENT Development)
+install(EXPORT AgentClientTargets NAMESPACE AgentClient:: DESTINATION ${library_config} COMPONENT Development)
 write_basic_package_version_file(AgentClientConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES cmake/AgentClientConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/AgentClientConfigVersion.cmake
   DESTINATION ${library_config} COMPONENT Development)
-file(RELATIVE_PATH prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+# Relative to the place of the file itself, so that the tree may be moved, unless a folder is absolute.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" /)
+  string(PREPEND pc_prefix "\${pcfiledir}/")
+endif()
+cmake_path(APPEND pc_libdir "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
+cmake_path(APPEND pc_includedir "\${prefix}" "${headers}")
 configure_file(cmake/AgentClient.pc.in AgentClient.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/AgentClient.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT Development)

@@ -23,11 +23,8 @@ if(PLUGSETTER_HARDEN)
 endif()
 
 function(product_flags target)
-  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE ${warning_flags} -ffunction-sections -fdata-sections)
-  if(PLUGSETTER_HARDEN OR PLUGSETTER_STATIC STREQUAL ALL)
-    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
-  endif()
   if(PLUGSETTER_HARDEN)
     # Only in optimised builds: _FORTIFY_SOURCE needs optimisation. Debug builds may have sanitizers, from which its
     # checked calls hide errors.
