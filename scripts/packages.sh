@@ -25,3 +25,17 @@ need() {
         DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
     } >&2
 }
+
+# make_root SUITE makes $root, a fresh Debian of that suite. Fails where nobody may make one. Not below /tmp, which may hold no
+# devices.
+make_root() {
+    root=$(mktemp -d /var/tmp/root.XXXXXX)
+    if ! { mknod "$root/null" c 1 3 && : >"$root/null" && unshare -m true && chroot / true; } 2>/dev/null; then
+        rm -rf "$root"
+        return 1
+    fi
+    rm "$root/null"
+    need debootstrap
+    debootstrap --variant=minbase "$1" "$root" >"$root.log" || { cat "$root.log"; rm -rf "$root" "$root.log"; exit 1; }
+    rm "$root.log"
+}
