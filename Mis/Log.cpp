@@ -180,8 +180,8 @@ bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered)
     if (block == nullptr) {
         return false;
     }
+    logfp = block->fp; // before memory can run out, so that the file is closed in any case
     AddBlock(std::move(block));
-    logfp = g_logopt.block->fp;
     plainLog = numbered ? nullptr : logfp;
     ReportHere();
     if (!bAtLeastOneOpen) {
