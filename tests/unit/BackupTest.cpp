@@ -1,19 +1,20 @@
 #include "PlugSetter/Backup.h"
 
-#include "Mis/Log.h"
-#include "Mis/Unix/Descriptor.h"
-#include "Mis/Unix/FileAccess.h"
-#include "Mis/Unix/FileStatus.h"
 #include "Mis/VError.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
-#include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/Records.h"
+#include "tests/support/ScratchTest.h"
+#include "tests/support/Thrown.h"
 
+#include <chrono>
 #include <csignal>
+#include <fstream>
+#include <sstream>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -21,46 +22,140 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* accessList = "system.posix_acl_access";
+const char* const restored = "UTIL 7945 I";
+const char* const notRestored = "UTIL 7943 F [] [] []";
 
-void Forget() {
-    batutil_LogClose();
-    std::for_each(bakFiles.begin(), bakFiles.end(), std::default_delete<BackupEntry>());
-    bakFiles.clear();
+/// "mode owner group", the mode in octal.
+std::string AccessOf(const std::string& path) {
+    struct stat status = {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+    std::ostringstream text;
+    text << std::oct << (status.st_mode & 07777U) << std::dec << ' ' << status.st_uid << ' ' << status.st_gid;
+    return text.str();
+}
+
+/// The group is the one after the owner.
+void Give(const std::string& path, mode_t mode, uid_t owner) {
+    EXPECT_EQ(lchown(path.c_str(), owner, owner + 1), 0) << path;
+    SetMode(path, mode);
 }
 
 /// A run that has saved two files, by relative names, and then spoilt them.
-void Spoil() {
-    Forget();
-    for (const char* const directory : {"live", "copies", "elsewhere"}) {
-        fs::remove_all(directory);
+class Backup : public ScratchTest {
+protected:
+    Backup() {
+        sigprocmask(SIG_SETMASK, nullptr, &m_signals);
+        batutil_LogOpen(".", "log", 1, false);
+        for (const std::string name : {"first", "second"}) {
+            WriteFile("live/" + name, name);
+            backupFile("live/", name, "copies/", "", false);
+            WriteFile("live/" + name, "spoilt " + name);
+            bakFiles.push_back(
+                new BackupEntry{VFileName("live/" + name, -1, false), VFileName("copies/" + name, -1, false)});
+        }
     }
-    batutil_LogOpen(".", "log", 1, false);
-    for (const std::string name : {"first", "second"}) {
-        WriteFile("live/" + name, name);
-        backupFile("live/", name, "copies/", "", false);
-        WriteFile("live/" + name, "spoilt " + name);
-        bakFiles.push_back(
-            new BackupEntry{VFileName("live/" + name, -1, false), VFileName("copies/" + name, -1, false)});
+    ~Backup() override {
+        for (const BackupEntry* entry : bakFiles) {
+            delete entry;
+        }
+        bakFiles.clear();
+        sigprocmask(SIG_SETMASK, &m_signals, nullptr);
+    }
+
+    static void Copy() { backupFile("live/", "first", "copies/", "", false); }
+
+    /// Rolls back, which must log this and nothing else.
+    static void ExpectRollback(const char* record) {
+        rollback();
+        EXPECT_THAT(Records(ReadFile("log")),
+                    testing::ElementsAre("AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]", record));
+    }
+
+private:
+    sigset_t m_signals = {};
+};
+
+TEST_F(Backup, RollbackRestoresEachFile) {
+    fs::create_hard_link("live/first", "other name");
+    ExpectRollback(restored);
+    EXPECT_EQ(ReadFile("live/first"), "first");
+    EXPECT_EQ(ReadFile("live/second"), "second");
+    EXPECT_EQ(ReadFile("copies/first"), "first");
+    EXPECT_EQ(ReadFile("other name"), "first") << "in place";
+    sigset_t held;
+    sigprocmask(SIG_BLOCK, nullptr, &held);
+    EXPECT_EQ(sigismember(&held, SIGTERM), 1) << "writing comes to its end";
+}
+
+TEST_F(Backup, RollbackStopsAtTheFirstFailure) {
+    fs::remove("live/first");
+    fs::create_directory("live/first");
+    ExpectRollback(notRestored);
+    EXPECT_EQ(ReadFile("live/second"), "spoilt second");
+}
+
+TEST_F(Backup, RollbackComparesWholeFiles) {
+    const std::string block(16384, 'b');
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        {"empty", "", block},
+        {"no more empty", block, ""},
+        {"shorter", block, block + "c"},
+        {"longer", block + "c", block},
+        {"other at the end", block + block + "d", block + block + "c"},
+    };
+    for (const auto& [name, live, copy] : rows) {
+        WriteFile("live/first", live);
+        WriteFile("copies/first", copy);
+        rollback();
+        EXPECT_EQ(ReadFile("live/first"), copy) << name;
     }
 }
 
-/// Rolls back. Returns: the number of the last record, and whether signals were held.
-std::string RollBack() {
-    rollback();
-    sigset_t none, held;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, &held);
-    const std::string log = ReadFile("log");
-    return log.substr(log.rfind("<M ID=") + 7, 4) + (sigismember(&held, SIGTERM) == 1 ? ", signals wait" : "");
+TEST_F(Backup, RollbackSetsTheTime) {
+    WriteFile("live/first", "first");
+    const auto before = fs::file_time_type::clock::now() - std::chrono::seconds(100);
+    fs::last_write_time("live/first", before);
+    ExpectRollback(restored);
+    EXPECT_GT(fs::last_write_time("live/first"), before);
 }
 
-bool Narrow(const char* log, uid_t user, uid_t owner, gid_t group, mode_t mode) {
-    const Descriptor file(open(log, O_WRONLY));
-    EXPECT_EQ(seteuid(user), 0);
-    const bool result = sys_narrowAccess(file.Number(), FileStatus::Of(file.Number()), {owner, group, mode});
-    EXPECT_EQ(seteuid(getuid()), 0);
-    return result;
+TEST_F(Backup, RollbackPassesOverMissingCopies) {
+    fs::remove("copies/first");
+    ExpectRollback(restored);
+    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
+    EXPECT_EQ(ReadFile("live/second"), "second");
+}
+
+// A device in the place of the copy read as empty, so the file was emptied.
+TEST_F(Backup, RollbackNeedsAReadableCopy) {
+    fs::remove("copies/first");
+    fs::create_symlink("/dev/null", "copies/first");
+    ExpectRollback(notRestored);
+    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
+}
+
+TEST_F(Backup, CopiesAreExact) {
+    for (const std::string& text : {std::string(), std::string(100000, '\0'), std::string("a\0b", 3)}) {
+        WriteFile("live/f*", text);
+        backupFile("live/", "f*", "copies/", "renamed", true);
+        EXPECT_EQ(ReadFile("copies/renamed"), text) << text.size();
+        EXPECT_FALSE(fs::exists("live/f*")) << text.size();
+    }
+    EXPECT_TRUE(fs::exists("live/first")) << "a name is no pattern";
+    fs::create_symlink("/dev/null", "copies/device");
+    backupFile("live/", "first", "copies/", "device", false);
+    EXPECT_TRUE(fs::is_symlink("copies/device"));
+    backupFile("live/", "missing", "none/", "", false);
+    EXPECT_FALSE(fs::exists("none")) << "nothing to copy";
+}
+
+TEST_F(Backup, IncompleteCopiesAreFailures) {
+    // The system gives 0 as the size of both. The first has bytes all the same, the second cannot be read.
+    for (const auto& [directory, name] : {std::pair("/proc/", "version"), {"/proc/self/", "mem"}}) {
+        EXPECT_EQ(Thrown([&, from = directory, file = name] { backupFile(from, file, "copies/", "", false); }),
+                  "UTIL-E-7947: backupFile()")
+            << name;
+    }
 }
 
 struct OtherError : VError {
@@ -71,48 +166,157 @@ struct OtherError : VError {
     static inline int alive = 0;
 };
 
-void Guarded(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (...) {
-        throwAsError("label");
-    }
+template <class Action> std::string Guarded(Action action) {
+    return Thrown([&] {
+        try {
+            action();
+        } catch (...) {
+            throwAsError("label");
+        }
+    });
 }
 
-std::ifstream opened;
-std::string list;
+TEST(Guard, TurnsExceptionsIntoErrors) {
+    EXPECT_EQ(Guarded([] { throw 5; }), "UTIL-E-7947: label");
+    EXPECT_EQ(Guarded([] { throw static_cast<VError*>(new OtherError); }), "UTIL-E-7947: label");
+    EXPECT_EQ(OtherError::alive, 0);
+    EXPECT_EQ(Guarded([] { throw new VI18NError(60, 7948); }), "UTIL-E-7948");
+    EXPECT_DEATH(throwAsError("label"), "PlugSetter/Guard.cpp:.*current_exception");
+}
 
-const Calls onBackups = {
-    {"spoil", Spoil},
-    {"forget", Forget},
-    {"copy", [] { backupFile("live/", "first", "copies/", "", false); }},
-    {"backup", backupFile},
-    {"rollBack", RollBack},
-    {"firstWasOpened", [] { bakFiles.front()->liveWasOpened = true; }},
-    {"guardInt", [] { Guarded([] { throw 5; }); }},
-    {"guardError", [] { Guarded([] { throw static_cast<VError*>(new OtherError); }); }},
-    {"errorsAlive", [] { return OtherError::alive; }},
-    {"guardNothing", [] { throwAsError("label"); }},
-    {"narrow", Narrow},
-    {"list", [](const std::string& bytes) { list = bytes; }},
-    {"giveList", [](const char* file, const char* name) { return setxattr(file, name, list.data(), list.size(), 0); }},
-    {"hasList", [](const char* file) { return getxattr(file, accessList, nullptr, 0) >= 0; }},
-    {"modeToKeep", [](const char* file) { return sys_accessOf(file, FileStatus::Of(file)).mode; }},
-    {"stayOpen", [](const char* file) { opened.open(file); }},
-    {"openSize", [] { return opened.seekg(0, std::ios::end).tellg(); }},
-    {"closeOpen", [] { opened.close(); }},
+/// For tests that give files away.
+class BackupByRoot : public Backup {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0 || lchown("log", 7, 7) != 0) {
+            GTEST_SKIP() << "only root gives files away";
+        }
+    }
+    static void CopyAsUser() {
+        const AsUser user;
+        Copy();
+    }
 };
 
-TEST(Backup, CopiesAndPutsBack) {
-    MakeCalls("Backup", onBackups);
+TEST_F(BackupByRoot, VanishedFilesGetTheCopysAccess) {
+    fs::remove_all("live");
+    Give("copies/first", 0640, 7);
+    ExpectRollback(restored);
+    EXPECT_EQ(ReadFile("live/first"), "first");
+    EXPECT_EQ(AccessOf("live/first"), "640 7 8");
 }
 
-TEST(Backup, AnAccessListLeavesOnlyTheOwner) {
-    const TempDir dir;
-    if (getxattr((dir / "").c_str(), accessList, nullptr, 0) < 0 && errno == EOPNOTSUPP) {
+TEST_F(BackupByRoot, CopiesAreClosedLikeTheirSource) {
+    const struct {
+        const char* name;
+        mode_t source;
+        mode_t earlier; ///< 0 for none
+        const char* copy;
+    } rows[] = {
+        {"new", 0640, 0, "640 7 8"},
+        {"new, the owner may not write", 0440, 0, "640 7 8"},
+        {"new, with other bits", 06755, 0, "755 7 8"},
+        {"the earlier one is wider", 0600, 0666, "600 7 8"},
+        {"the earlier one is closed", 0644, 0400, "644 7 8"},
+    };
+    for (const auto& row : rows) {
+        fs::remove("copies/first");
+        if (row.earlier != 0) {
+            WriteFile("copies/first", "an earlier and longer copy");
+            Give("copies/first", row.earlier, 0);
+        }
+        Give("live/first", row.source, 7);
+        Copy();
+        EXPECT_EQ(AccessOf("copies/first"), row.copy) << row.name;
+        EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << row.name;
+    }
+}
+
+TEST_F(BackupByRoot, StrangersDoNotKeepCopiesOpen) {
+    const std::string earlier = "an earlier and longer copy";
+    WriteFile("copies/first", earlier);
+    Give("copies/first", 0644, 9);
+    std::ifstream opened("copies/first");
+    Copy();
+    EXPECT_EQ(opened.seekg(0, std::ios::end).tellg(), static_cast<long>(earlier.size())) << "what was open then";
+    EXPECT_EQ(ReadFile("copies/first"), "spoilt first");
+}
+
+// Root opens and closes whatever there is. Others replace it, and cannot give it away.
+TEST_F(BackupByRoot, UsersReplaceEarlierCopies) {
+    SetMode(".", 0711);
+    Give("live", 0700, nobody);
+    Give("copies", 0700, nobody);
+    const std::tuple<uid_t, mode_t, uid_t> rows[] = {
+        {nobody, 0400, nobody},
+        {nobody, 0400, 7},
+        {7, 0666, 7},
+    };
+    for (const auto& [source, mode, owner] : rows) {
+        Give("live/first", 0644, source);
+        Give("copies/first", mode, owner);
+        CopyAsUser();
+        EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << mode << ' ' << owner;
+        EXPECT_EQ(AccessOf("copies/first"), "600 65534 " + std::to_string(getegid())) << mode << ' ' << owner;
+    }
+}
+
+TEST_F(BackupByRoot, CopiesFollowTrustedLinksOnly) {
+    const auto copy = [] { return Thrown(CopyAsUser); };
+    const char* const refused = "BSTR-E-4145: copies/first";
+    SetMode(".", 0711);
+    WriteFile("elsewhere/target", "target");
+    fs::remove("copies/first");
+    fs::create_symlink("../elsewhere/link", "copies/first");
+    fs::create_symlink("target", "elsewhere/link");
+    for (const char* path : {"elsewhere/target", "live/first", "copies"}) {
+        Give(path, 0700, nobody);
+    }
+    EXPECT_EQ(copy(), "nothing") << "anybody follows the links of root";
+    EXPECT_EQ(ReadFile("elsewhere/target"), "spoilt first");
+    WriteFile("elsewhere/target", "target");
+    EXPECT_EQ(lchown("elsewhere/link", 7, 8), 0);
+    EXPECT_EQ(copy(), refused) << "a stranger's link";
+    EXPECT_EQ(Thrown(Copy), refused) << "a stranger's link";
+    EXPECT_EQ(ReadFile("elsewhere/target"), "target");
+    fs::remove("copies/first");
+    EXPECT_EQ(mkfifo("copies/first", 0600), 0);
+    EXPECT_EQ(copy(), refused) << "a pipe";
+}
+
+TEST_F(BackupByRoot, NoFileIsItsOwnCopy) {
+    const auto copy = [] {
+        const AsUser user;
+        backupFile("live/", "first", "live/", "", false);
+    };
+    SetMode(".", 0711);
+    Give("live/first", 0400, nobody);
+    EXPECT_EQ(Thrown(copy), "BSTR-E-4145: live/first");
+    fs::remove("copies/first");
+    fs::create_symlink("../live/first", "copies/first");
+    EXPECT_EQ(Thrown(Copy), "BSTR-E-4145: copies/first");
+    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
+}
+
+TEST_F(Backup, AccessListsLeaveOnlyTheOwner) {
+    constexpr char list[] = "\2\0\0\0"                  // the version
+                            "\1\0\6\0\xFF\xFF\xFF\xFF"  // the owner reads and writes
+                            "\2\0\4\0\7\0\0\0"          // user 7 reads
+                            "\4\0\4\0\xFF\xFF\xFF\xFF"  // so does the group
+                            "\20\0\4\0\xFF\xFF\xFF\xFF" // users and groups do no more than that
+                            "\40\0\0\0\xFF\xFF\xFF\xFF";
+    const char* const ofFile = "system.posix_acl_access";
+    if (setxattr("copies", "system.posix_acl_default", list, sizeof list - 1, 0) != 0) {
         GTEST_SKIP() << "the file system has no access lists";
     }
-    MakeCalls("AccessLists", onBackups);
+    SetMode("live/first", 0644);
+    for (const unsigned mode : {0644U, 0600U}) {
+        fs::remove("copies/first");
+        Copy();
+        EXPECT_EQ(static_cast<unsigned>(fs::status("copies/first").permissions()), mode);
+        EXPECT_LT(getxattr("copies/first", ofFile, nullptr, 0), 0) << "that of the directory is taken off";
+        EXPECT_EQ(setxattr("live/first", ofFile, list, sizeof list - 1, 0), 0) << "for the second round";
+    }
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include "MessageLIB/MessageIds.h"
+#include "Mis/Report.h"
 #include "Mis/TaskData.h"
 #include "Mis/TaskData/KeyTable.h"
 #include "Mis/VError.h"
@@ -5,7 +7,6 @@
 #include "Plugins/Unix/IPlugins.h"
 #include "classlib/Signature.h"
 #include "classlib/String.h"
-#include "tests/support/Calls.h"
 
 #include <algorithm>
 #include <array>
@@ -21,69 +22,161 @@
 
 namespace {
 
-/// All that the catalogue holds of a plug-in.
-std::string Plugin(const std::string& name) {
-    const int code = string2code(name);
-    EXPECT_EQ(string2code(VString(name.c_str())), code);
-    EXPECT_STREQ(string2pluginName(name), string2pluginName(name.c_str()));
-    std::ostringstream cells;
-    cells << code << ' ' << Plugins::plugin_names[code] << " | " << string2pluginName(name) << " | "
-          << string2dllName(name) << " | " << Plugins::mod_strs[code] << ' ' << Plugins::log_codes[code] << ' '
-          << msg_mod2str(Plugins::log_codes[code]);
-    return cells.str();
+struct Plugin {
+    const char* name;
+    const char* description;
+    const char* library;
+    int code;
+    int moduleNumber;
+    const char* module;
+};
+
+const Plugin plugins[] = {
+    {"EXCH", "Exchange DR", "", 0, 200, "EXDB"},
+    {"EXCHMAPI", "Exchange MAPI", "", 1, 201, "EXMA"},
+    {"SQLSERVER_70", "MS SQL Server backup and recovery", "", 2, 202, "MSQL"},
+    {"ORACLE", "Oracle backup and recovery", "oracle.so", 3, 203, "ORCL"},
+    {"ORACLE_8I_SOLARIS", "Oracle backup and recovery", "oracle8i.so", 3, 203, "ORCL"},
+    {"ORACLE_RMAN", "Oracle RMAN backup and recovery", "orarman.so", 4, 204, "RMAN"},
+    {"OTM", "OTM", "", 5, 205, "OTM "},
+    {"VAULT", "Vault backup", "", 6, 206, "VBA "},
+    {"CLUSTER", "Cluster virtual servers", "", 7, 207, "CLUS"},
+    {"SMS", "Novell SMS", "smsPlugin.so", 8, 208, "SMS "},
+    {"VMWARE", "VMware ESX Console", "vmwarePlugin.so", 9, 209, "VMWR"},
+    {"SS", "System State", "", 10, 210, "SS  "},
+    {"SHAREPOINT", "SharePoint", "", 11, 211, "SPP "},
+    {"SV", "System Volume", "", 12, 212, "SV  "},
+    {"EXCHANGE_VSS", "Exchange DR (VSS)", "", 13, 213, "EXVS"},
+    {"DPM", "DPM Server", "", 14, 214, "DPM "},
+};
+
+TEST(Plugins, HoldTheirRows) {
+    for (const auto& [name, description, library, code, moduleNumber, module] : plugins) {
+        std::string lower = name;
+        std::transform(lower.begin(), lower.end(), lower.begin(), txccl::string::Lowered);
+        EXPECT_EQ(string2code(name), code) << name;
+        EXPECT_STREQ(string2pluginName(lower), description) << name;
+        EXPECT_STREQ(string2dllName(lower.c_str()), library) << name;
+        EXPECT_EQ(Plugins::log_codes[code], moduleNumber) << name;
+        EXPECT_STREQ(msg_mod2str(moduleNumber), module) << name;
+    }
 }
 
-TEST(Catalogue, HoldsPluginsAndModules) {
-    const Calls calls = {
-        {"plugin", Plugin},
-        {"module", msg_mod2str},
-        {"pluginModule", [](int code) { return IPlugins::instance()->mod2str(code); }},
+TEST(Plugins, TablesAgree) {
+    for (int code = 0; code < Plugins::UNDEFINED; ++code) {
+        ASSERT_NE(Plugins::dll_names[code], nullptr) << "a row is missing";
+        EXPECT_EQ(string2code(std::string(Plugins::plugin_names[code])), code);
+        EXPECT_STREQ(string2pluginName(Plugins::plugin_names[code]), Plugins::plugin_description[code]);
+        EXPECT_EQ(Plugins::log_codes[code], 200 + code);
+        EXPECT_STREQ(IPlugins::instance()->mod2str(200 + code), Plugins::mod_strs[code]);
+    }
+    EXPECT_STREQ(Plugins::plugin_names[Plugins::UNDEFINED], "");
+    EXPECT_STREQ(Plugins::mod_strs[Plugins::UNDEFINED], "");
+    EXPECT_EQ(Plugins::log_codes[Plugins::UNDEFINED], 0);
+    EXPECT_EQ(Plugins::dll_names[Plugins::UNDEFINED], nullptr);
+}
+
+TEST(Plugins, UnknownNamesAreUndefined) {
+    EXPECT_EQ(string2code("oracle_8i_solaris"), Plugins::UNDEFINED) << "known in upper case only";
+    EXPECT_EQ(string2code(VString("SHARE")), Plugins::UNDEFINED);
+    EXPECT_STREQ(string2pluginName(VString("SHARE")), "");
+    EXPECT_STREQ(string2dllName(std::string("SHARE")), "");
+}
+
+TEST(Modules, HoldTheirRows) {
+    // clang-format off
+    const char* const modules[] = {
+        "NONE", "AGNT", "OPSY", "AGNT", "DAEM", "MIGR", "UPDT", "SSIN", "SSOT", "GENC",
+        "COPY", "BKUP", "REST", "MERG", "LIST", "DEVC", "BFFR", "SIDF", "DELT", "NDIR",
+        "NCFG", "CLNT", "SRVC", "CXXX", "SXXX", "RPCE", "CMPR", "CRCK", "DATE", "HEDR",
+        "CTLG", "VIMA", "DISK", "TAPE", "SOCK", "ACCT", "SYNC", "ENCR", "BILL", "LOGS",
+        "FNAM", "VACS", "SSET", "SYST", "LIBR", "PARS", "VRFY", "PURG", "COMP", "RSYN",
+        "RGST", "NDSV", "BIND", "QMGR", "POOL", "BSTR", "PMGR", "PIDX", "PFLL", "ALYZ",
+        "UTIL", "PROG", "SMGR", "ROBL", "DBUT", "PIPE", "PMGR", "ROBA", "SCSI", "ROBT",
+        "ACNT", "ACSM", "SCRB", "LIBN", "SERG", "VSTR", "JMGR", "CONV", "FLM ", "BRTP",
+        "HTML", "INDX", "SS  ", "SCAN", "VSMP", "RENM", "PLGN", "EXDB", "EXMA", "    ",
+        "GCFG", "MGMT", "RSM ", "EVTL", "TS  ", "VSS ", "FLT ", "CLUS", "PWHD", "SQL ",
+        "SOAP", "CAT ", "SMS ", "VM30", "SPP ", "BMR",
     };
-    MakeCalls("Catalogue", calls);
-    std::string modules;
-    for (int module = 0; module < 106; ++module) {
-        modules += std::string(msg_mod2str(module)) + '\n';
+    // clang-format on
+    for (std::size_t number = 0; number < std::size(modules); ++number) {
+        EXPECT_STREQ(msg_mod2str(static_cast<int>(number)), modules[number]) << number;
     }
-    EXPECT_EQ(txccl::Signature::of(modules), "2ceb0c3b1e900ff3650e62146707c18379bedf8e");
+    EXPECT_STREQ(msg_mod2str(-1), "");
+    EXPECT_DEATH(msg_mod2str(200 + Plugins::UNDEFINED), "mod >= 200 && mod < 200 \\+ UNDEFINED");
+    EXPECT_DEATH(IPlugins::instance()->mod2str(199), "mod >= 200 && mod < 200 \\+ UNDEFINED");
 }
 
-const std::span<const _TOInfo> rows(taskOptions, 497);
-
-TEST(KeyTable, HoldsTheRows) {
-    std::ostringstream cells;
-    for (const auto& [id, types, first, last, name, description, spec] : rows) {
-        cells << id << '|' << types << '|' << first << '|' << last << '|' << name << '|' << description << '|' << spec
-              << '\n';
+TEST(Messages, NumbersThatNoRunLogs) {
+    const std::pair<MessageId, const char*> rows[] = {
+        {msgCannotSetBinary, "UTIL-E-7951"},     {msgCannotSetName, "UTIL-E-7952"},
+        {msgSourceNotDeleted, "UTIL-W-7946"},    {msgBackupDirInTheWay, "UTIL-F-7959"},
+        {msgBackupDirLeftBehind, "UTIL-W-7959"},
+    };
+    for (const auto& [message, text] : rows) {
+        EXPECT_EQ(err_make(message)->what(), text);
     }
-    EXPECT_EQ(txccl::Signature::of(cells.str()), "7fe36faa3e4808a4bae4c572e6880d655f40c5fb");
-    EXPECT_EQ(std::count_if(rows.begin(), rows.end(), std::mem_fn(&_TOInfo::IsRawData)), 32);
+}
+
+const std::span<const _TOInfo> keys(taskOptions, taskOptionCount);
+
+// A digest for each hundred rows.
+TEST(KeyTable, HoldsItsRows) {
+    const char* const digests[] = {
+        "b40e3924f3ad738b067f4770b90f8681ea7bf3e3", "27741e1d384352c25ff24a7950d4c3c163637714",
+        "ac98cf62b6fad133d2dbc286a7a6cd8ea2bd8cba", "89fa4432a0f31959f012b148bc6eceb436f8009b",
+        "8767e997b6654be6b25dc211db72ffbe30310866",
+    };
+    ASSERT_EQ(std::size(digests), (keys.size() + 99) / 100);
+    for (std::size_t hundred = 0; hundred < std::size(digests); ++hundred) {
+        std::ostringstream rows;
+        for (const _TOInfo& row :
+             keys.subspan(hundred * 100, std::min<std::size_t>(100, keys.size() - hundred * 100))) {
+            rows << row.id << '|' << row.typeMask << '|' << row.minVersion << '|' << row.maxVersion << '|'
+                 << row.keyName << '|' << row.description << '|' << row.typeSpec << '\n';
+        }
+        EXPECT_EQ(txccl::Signature::of(rows.str()), digests[hundred]) << rows.str();
+    }
+    EXPECT_EQ(taskOptions[taskOptionCount].id, 0) << "the end";
+}
+
+TEST(KeyTable, GivesARow) {
     _TOInfo info = {};
-    EXPECT_EQ(VTaskData::GetKeyInfo(rows[7].id, info), 1);
-    EXPECT_EQ(info.keyName, rows[7].keyName);
+    EXPECT_EQ(VTaskData::GetKeyInfo(keys[7].id, info), 1);
+    EXPECT_EQ(info.keyName, keys[7].keyName);
     EXPECT_EQ(VTaskData::GetKeyInfo(INT_MAX, info), 0);
+    std::string name = "kept";
+    EXPECT_EQ(VTaskData::GetKeyName(INT_MAX, name, lastFormatVersion, 1), 0);
+    EXPECT_EQ(name, "kept");
+    EXPECT_EQ(VTaskData::GetKeyName(keyPluginCode + 3, name, lastFormatVersion, 1), 1);
+    EXPECT_EQ(name, "Plugin3.Code");
+    int key = 7;
+    EXPECT_EQ(VTaskData::GetKeyID("Plugin3.", &key, lastFormatVersion, 1), 0);
+    EXPECT_EQ(key, 7);
 }
 
 /// The first row that fits, null for none.
 template <class Fits> const _TOInfo* First(Fits fits) {
-    const auto row = std::find_if(rows.begin(), rows.end(), fits);
-    return row == rows.end() ? nullptr : &*row;
+    const auto row = std::find_if(keys.begin(), keys.end(), fits);
+    return row == keys.end() ? nullptr : &*row;
 }
 
-TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
-    /// How many numbers the "%" of a name can express.
-    const auto spanOf = [](const _TOInfo& row) {
-        constexpr int spans[] = {1, 10, 100, 1000};
-        return spans[std::min<long>(3, std::count(row.keyName, row.keyName + std::strlen(row.keyName), '%'))];
-    };
-    std::set<int> keys = {0, INT_MAX, INT_MIN};
-    for (const _TOInfo& row : rows) {
-        for (int key = row.id - 1; key < row.id + (spanOf(row) == 1 ? 2 : 1000); ++key) {
-            keys.insert(key);
+/// How many numbers the "%" of a name can express.
+int SpanOf(const _TOInfo& row) {
+    constexpr int spans[] = {1, 10, 100, 1000};
+    return spans[std::min<long>(3, std::count(row.keyName, row.keyName + std::strlen(row.keyName), '%'))];
+}
+
+TEST(KeyTable, AnswersAsAScanDoes) {
+    std::set<int> numbers = {0, INT_MAX, INT_MIN};
+    for (const _TOInfo& row : keys) {
+        for (int key = row.id - 1; key < row.id + (SpanOf(row) == 1 ? 2 : 1000); ++key) {
+            numbers.insert(key);
         }
     }
     std::mt19937 random(1);
     const auto pick = [&random](const auto&... values) { return std::array{values...}[random() % sizeof...(values)]; };
-    for (const int key : keys) {
+    for (const int key : numbers) {
         const int version = pick(671, 101, 102, 100, 672);
         const int type = pick(1, 1, 2, 4, 0x10000, 0);
         const int step = key > 29999 ? 1000 : key > 19999 ? 100 : key > 9999 ? 10 : 1;
@@ -93,9 +186,8 @@ TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
         };
         const auto hasId = [id = key - key % step](const _TOInfo& row) { return row.id == id; };
         const _TOInfo* last = nullptr;
-        for (const _TOInfo& row : rows) {
-            const bool near = key >= row.id && key < row.id + 1000;
-            last = near && key < row.id + spanOf(row) && isLegal(row) ? &row : last;
+        for (const _TOInfo& row : keys) {
+            last = key >= row.id && key < row.id + SpanOf(row) && isLegal(row) ? &row : last;
         }
         ASSERT_EQ(KeyTable::FirstOf(key), First(hasId)) << key;
         ASSERT_EQ(KeyTable::FirstLegal(key, version, type),
@@ -114,6 +206,24 @@ TEST(KeyTable, AnswersAsAScanOfTheRowsDoes) {
             First([&](const _TOInfo& row) { return isLegal(row) && KeyTable::Match(name, row.keyName, &index); });
         ASSERT_EQ(KeyTable::FirstNamed(name, version, type, &found), named) << name;
         ASSERT_EQ(named == nullptr ? index : found, index) << name;
+    }
+}
+
+TEST(KeyTable, MatchesAWordWithAPattern) {
+    using Row = std::tuple<const char*, const char*, int>;
+    constexpr int none = -1;
+    for (const auto& [text, pattern, expected] : {
+             Row(" \tA007 x", "a%%%", 7),
+             Row("x99999999999y", "X%%%%%%%%%%%Y", INT_MAX),
+             Row("a7", "a%%", none),
+             Row("a777", "a%%", none),
+             Row("ab7", "a%%", none),
+             Row("a 77", "a%%", none),
+             Row("", "a%%", none),
+         }) {
+        int index = none;
+        EXPECT_EQ(VTaskData::KeyMatch(text, pattern, &index), expected != none) << text;
+        EXPECT_EQ(expected == none ? none : index, expected) << text;
     }
 }
 

@@ -1,20 +1,22 @@
 #include "PlugSetter/Run.h"
 #include "tests/support/Process.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/Records.h"
+#include "tests/support/ScratchTest.h"
 
 #include <cstdlib>
 #include <new>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 long liveBlocks = 0;
+long blocksUntilFailure = 0; ///< the allocation that fails, counted from now; 0 for none
 } // namespace
 
 // The other forms of new and delete call these. Were they inlined, the compiler would see free where it expects delete.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-    ++liveBlocks;
-    void* block = std::malloc(size);
+    void* block = blocksUntilFailure > 0 && --blocksUntilFailure == 0 ? nullptr : std::malloc(size);
+    liveBlocks += block != nullptr ? 1 : 0;
     return block != nullptr ? block : throw std::bad_alloc();
 }
 [[gnu::noinline]] void operator delete(void* block) noexcept {
@@ -27,25 +29,63 @@ void operator delete(void* block, std::size_t) noexcept {
 
 namespace {
 
-/// Runs in this process. Returns: the blocks in use and the open files after that.
-std::pair<long, long> HeldAfterRun(const std::string& configuration, const std::string& plugin, int status) {
-    const CurrentTempDir scratch;
-    WriteFile("agent/Global.qxc", configuration);
-    std::vector<std::string> words = {"PlugSetter", "-r", plugin, "agent", "backup", "install.xlog"};
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(runPlugSetter(6, Pointers(words).data()), status) << plugin << configuration;
-    testing::internal::GetCapturedStdout();
-    return {liveBlocks, OpenFiles()};
+class Leaks : public ScratchTest {
+protected:
+    /// Runs in this process, which is refused one block. Returns: the exit status.
+    int Run(const std::string& plugin, long refusedBlock = 0) {
+        std::vector<std::string> words = {"PlugSetter", "-r", plugin, "agent", "the directory of copies", "log"};
+        std::vector<char*> arguments = Pointers(words);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const long before = liveBlocks;
+        blocksUntilFailure = refusedBlock;
+        const int status = runPlugSetter(6, arguments.data());
+        wasRefused = refusedBlock > 0 && blocksUntilFailure == 0;
+        blocksUntilFailure = 0;
+        lostBlocks = liveBlocks - before;
+        testing::internal::GetCapturedStderr();
+        testing::internal::GetCapturedStdout();
+        return status;
+    }
+
+    long lostBlocks = 0;
+    bool wasRefused = false;
+};
+
+TEST_F(Leaks, RunsGiveBackWhatTheyTook) {
+    const std::tuple<std::string, const char*, int> rows[] = {
+        {ReadFile(TEST_DATA "/global/Global.qxc"), "SS", 0},
+        {"No_such_key = 1", "SS", 1},
+        {"", "NO_PLUGIN", 1},
+    };
+    for (const auto& [configuration, plugin, status] : rows) {
+        for (int round = 0; round < 2; ++round) {
+            WriteFile("agent/Global.qxc", configuration);
+            EXPECT_EQ(Run(plugin), status) << plugin << ' ' << configuration;
+        }
+        // The first run also takes what lives as long as the process.
+        EXPECT_EQ(lostBlocks, 0) << plugin << ' ' << configuration;
+    }
 }
 
-TEST(Leaks, ARunGivesBackAllThatItTook) {
-    for (const auto& [configuration, plugin, status] : {std::tuple(ReadFile(TEST_DATA "/global/Global.qxc"), "SS", 0),
-                                                        {"No_such_key = 1", "SS", 1},
-                                                        {"", "NO_PLUGIN", 1}}) {
-        // The first run also allocates what lives as long as the process.
-        const auto held = HeldAfterRun(configuration, plugin, status);
-        EXPECT_EQ(HeldAfterRun(configuration, plugin, status), held) << plugin << configuration;
-    }
+// A run without a configuration needs little memory. Each of its blocks is refused in turn.
+TEST_F(Leaks, WantOfMemoryIsReported) {
+    Run("SS");
+    int reported = 0;
+    long block = 0;
+    do {
+        std::filesystem::remove("agent/log");
+        const int status = Run("SS", ++block);
+        EXPECT_EQ(lostBlocks, 0) << "without block " << block;
+        const std::vector<std::string> log = Records(ReadFile("agent/log"));
+        if (log.size() == 5 && log[1] == "UTIL 7958 E") {
+            EXPECT_THAT(log, testing::ElementsAre(testing::_, testing::_, "UTIL 7945 I", "UTIL 7961 F",
+                                                  testing::StartsWith("UTIL 7962 I [ \"-r\" \"SS\"")));
+            EXPECT_EQ(status, 1) << "without block " << block;
+            ++reported;
+        }
+    } while (wasRefused);
+    EXPECT_GT(reported, 0);
 }
 
 } // namespace

@@ -1,95 +1,22 @@
 #include "Mis/Log.h"
-#include "Mis/Dat.h"
+
 #include "Mis/VError.h"
-#include "tests/support/Calls.h"
 #include "tests/support/Records.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/ScratchTest.h"
 
 #include <cstdlib>
-#include <ctime>
 #include <memory>
-#include <sstream>
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace I18NMessage;
-using S = const std::string&;
+using testing::ElementsAre;
 
-std::tm TimeOf(int year, int month, int day, int hour, int minute, int second) {
-    return {second, minute, hour, day, month - 1, year - 1900, 0, 0, 0, 0, nullptr};
-}
-
-Message At(Message message) {
-    message.SetTime(MessageTime(TimeOf(2010, 11, 13, 2, 31, 0), 5));
-    return message;
-}
-
-/// A record with these attributes.
-std::string Header(const char* origin, const char* component, const char* user, const char* function) {
-    Message message = At(Message(7, component, SeverityWarning));
-    message.SetOrigin(origin), message.SetUserName(user), message.SetFunction(function);
-    return message.GetString();
-}
-
-/// The two ways to write a time.
-std::string Times(int year, int month, int day, int hour, int minute, int second, int fraction) {
-    const std::tm time = TimeOf(year, month, day, hour, minute, second);
-    return MessageTime(time, fraction).ToString() + " | " + dat_longForm(&time, 7);
-}
-
-/// A record with all kinds of parameters, and one with this text as parameter and as cause.
-std::string Nested(const char* text) {
-    Message inner = At(Message(1, "", static_cast<MessageSeverity>(7), text));
-    Message outer = At(Message(1, "", SeverityInformational, -3, 4000000000U));
-    outer.InsertParameter(1, new MessageParameter(inner));
-    outer.InsertParameter(99, new Parameter(static_cast<const char*>(nullptr)));
-    outer.AddChild(inner);
-    return outer.GetString();
-}
-
-TEST(Message, IsWrittenAsXml) {
-    const Calls calls = {
-        {"header", Header},
-        {"nested", Nested},
-        {"parameter", [](const char* text) { return Parameter(text).GetXMLValue(); }},
-        {"times", Times},
-        {"noTimes", [] { return MessageTime().ToString() + " | " + dat_longForm(nullptr, 0); }},
-        {"letterOf", [](int severity) { return Message::ToSeverityChar(static_cast<MessageSeverity>(severity)); }},
-        {"severityOf", [](const char* letter) { return static_cast<int>(Message::FromSeverityChar(letter)); }},
-    };
-    MakeCalls("Message", calls);
-}
-
-/// Answers failure, and throws for a fatal record.
-struct FailingLogger : Logger {
-    bool Log(std::string*, MessageSeverity severity) override {
-        return severity == SeverityFatal ? throw static_cast<VError*>(new VI18NError()) : false;
-    }
-};
-
-TEST(Message, OnlyFailuresAreReportedOnStandardError) {
-    FailingLogger failing;
-    FileLogger dropping;
-    logopt options = {};
-    dropping.AttachLogFile(&options);
-    EXPECT_EQ(dropping.DetachLogFile(), &options);
-    for (const MessageSeverity severity : {SeverityError, SeverityFatal}) {
-        Message message = At(Message(7, "", severity, 1, 2, 3));
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(log_if_set(&dropping, message), 1);
-        EXPECT_EQ(log_if_set(&failing, message), 0);
-        EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                    testing::StartsWith("Message not logged: " + message.GetString() + "Stack: "));
-    }
-    Logger* const before = std::exchange(Message::s_defaultLogger, &failing);
-    EXPECT_NO_THROW(VI18NError(60, 7948, SeverityError).LogShow(SeverityFatal));
-    Message::s_defaultLogger = before;
-}
+const std::string version = "AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]";
 
 /// An error that is no message record.
 struct PlainError : VError {
@@ -97,39 +24,41 @@ struct PlainError : VError {
     VError* Clone() override { return new PlainError(*this); }
 };
 
-TEST(Error, IsOneByItsValueItsTextOrItsDetail) {
+TEST(Error, HasValueTextOrDetail) {
     PlainError error;
-    VI18NError none;
-    const auto state = [&] { return std::to_string(error.IsError()) + ' ' + std::to_string(error.GetErrVal()); };
-    const Calls calls = {
-        {"isError", [&] { return error.IsError(); }},
-        {"set", {[&](unsigned value, const char* text) { error.SetError(60, value, VString(text)); }, state}},
-        {"setDetail", {[&](unsigned detail) { error.SetError(60, 0, detail); }, state}},
-        {"copyItself", {[&] { error.CopyFrom(&error); }, state}},
-        {"copyNull", [&] { error.CopyFrom(nullptr); }},
-        {"copyNone", [&] { return none.CopyFrom(&none), none.LogShow(), none.IsError(); }},
-        {"caught", [] { err_caught(); }},
-        {"flushNull", [] { flushLog(nullptr); }},
-    };
-    MakeCalls("Error", calls);
-}
-
-/// What is counted of records with these letters.
-std::string Counted(const std::string& letters, bool counting) {
-    g_ErrStart = counting;
-    for (const char letter : letters) {
-        UpdateLogStatistics(letter);
+    EXPECT_FALSE(error.IsError());
+    for (const auto& [value, text, isError] :
+         {std::tuple(0U, "", false), {0U, "x", true}, {0U, "\x80", false}, {5U, "", true}}) {
+        error.SetError(60, value, VString(text));
+        EXPECT_EQ(error.IsError(), isError) << value << ' ' << text;
+        EXPECT_EQ(error.GetErrVal(), static_cast<int>(value));
     }
-    g_ErrStart = false;
-    const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
-    std::ostringstream text;
-    text << informational << ' ' << warnings << ' ' << errors << ' ' << fatals;
-    return text.str();
+    error.SetError(60, 0, 7U);
+    error.CopyFrom(&error);
+    EXPECT_TRUE(error.IsError()) << "detail";
+    VI18NError none;
+    none.CopyFrom(&none);
+    none.LogShow();
+    EXPECT_FALSE(none.IsError());
 }
 
-TEST(Log, HoldsTheChainOfCauses) {
-    const CurrentTempDir scratch;
-    batutil_LogOpen(".", "log", 1, false);
+TEST(ErrorDeathTest, MisuseStopsTheProcess) {
+    EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
+    EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
+    EXPECT_DEATH(flushLog(nullptr), "Mis/Log.cpp:.*pThis != nullptr");
+}
+
+class LogTest : public ScratchTest {
+protected:
+    ~LogTest() override { nLogFiles = 4; }
+    static bool Open(const char* name = "log", bool numbered = false, int mode = 1) {
+        return batutil_LogOpen(".", name, mode, numbered);
+    }
+    static std::vector<std::string> Lines(const char* name = "log") { return Records(ReadFile(name)); }
+};
+
+TEST_F(LogTest, HoldsTheChainOfCauses) {
+    Open();
     VI18NError error(60, 7948, SeverityFatal, "file", 2, 3);
     error.SetChildError(new VI18NFileNotFoundError(55, SeverityWarning, "<file>"));
     VI18NError copy;
@@ -145,10 +74,63 @@ TEST(Log, HoldsTheChainOfCauses) {
     cause->SetError(55, 4096, 4000000000U);
     VI18NError(copy).LogShow();
     const std::string record = "UTIL 7948 F [file] [2] [3]";
+    EXPECT_THAT(Lines(), ElementsAre(version, record, "BSTR 4166 W [<file>]", record, "BSTR 4096 E [text]", record,
+                                     "BSTR 4096 E [4000000000]"));
+}
+
+TEST_F(LogTest, LettersSetTheSeverity) {
+    Open();
+    VI18NError error(60, 7947, SeveritySixth);
+    for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"x", 1}, {"D", 1}}) {
+        error.LogShow(&g_logopt, letter);
+        EXPECT_EQ(error.GetErrVal(), value) << letter;
+    }
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I"))
+        << "no debug record";
+    EXPECT_EQ(Message::s_defaultLogger, FileLogger::GetGlobalLogger()) << "the logger for the call is gone";
+}
+
+TEST_F(LogTest, BeginsWithTheVersion) {
+    EXPECT_TRUE(Open());
+    EXPECT_FALSE(Open("no/log"));
+    Message::LogMsg(1, "UTIL", SeverityError, 1, 2, 3);
     batutil_LogClose();
-    EXPECT_THAT(Records(ReadFile("log")),
-                testing::ElementsAre("AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]", record, "BSTR 4166 W [<file>]",
-                                     record, "BSTR 4096 E [text]", record, "BSTR 4096 E [4000000000]"));
+    Message::LogMsg(2, "UTIL", SeverityError);
+    EXPECT_EQ(logfp, nullptr);
+    EXPECT_EQ(g_logopt.block, nullptr);
+    Open("log", false, 0);
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 1 E [1] [2] [3]", version));
+}
+
+TEST_F(LogTest, SecondOpenKeepsTheFirstBlock) {
+    Open("log", false, 0);
+    logopt first = g_logopt;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(logfp, std::fclose);
+    Open();
+    EXPECT_THAT(Lines(), ElementsAre()) << "truncated";
+    VI18NError(60, 1).LogShow(&first, "");
+    EXPECT_THAT(Lines(), ElementsAre("UTIL 1 E"));
+}
+
+TEST_F(LogTest, IsWrittenRecordByRecord) {
+    Open();
+    std::fputs("by another\n", logfp);
+    batutil_FlushLog();
+    EXPECT_THAT(Lines(), ElementsAre(version, "?by another"));
+    for (std::size_t records = 3; records < 99; ++records) {
+        Message::LogMsg(1, "UTIL", SeverityError);
+        ASSERT_EQ(Lines().size(), records);
+    }
+}
+
+TEST_F(LogTest, FollowsAsManyLinksAsTheSystem) {
+    WriteFile("0", "");
+    for (int link = 1; link <= 41; ++link) {
+        fs::create_symlink(std::to_string(link - 1), std::to_string(link));
+    }
+    EXPECT_FALSE(Open("41"));
+    EXPECT_TRUE(Open("40"));
+    EXPECT_THAT(Lines("0"), ElementsAre(version));
 }
 
 /// Logs when the process ends.
@@ -157,17 +139,161 @@ struct LateRecord {
     ~LateRecord() { armed ? Message::LogMsg(3, "UTIL", SeverityError) : void(); }
 } lateRecord;
 
-TEST(Log, ARecordFromADestructorOfAStaticObjectIsWritten) {
-    const CurrentTempDir scratch;
-    batutil_LogOpen(".", "log", 1, false);
+TEST_F(LogTest, LastsLongerThanStaticObjects) {
+    Open();
     const std::string origin(100, 'o');
     EXPECT_EXIT((lateRecord.armed = true, Message::s_defaultOrigin = origin, std::exit(0)), testing::ExitedWithCode(0),
                 "");
-    batutil_LogClose();
     EXPECT_THAT(ReadFile("log"), testing::HasSubstr("<M ID=\"3\" O=\"" + origin + "\" C=\"UTIL\""));
 }
 
-TEST(Log, StampsFollowTheTimeZone) {
+TEST_F(LogTest, GoesOnAboveTheLimit) {
+    constexpr std::size_t stamp = sizeof "Nov13 02:31 ";
+    EXPECT_TRUE(Open("log", true));
+    std::string line(32768 - ReadFile("log-1.XLOG").size() - stamp, 'x');
+    gui_show(0, line.data());
+    EXPECT_EQ(currLogFileNo, 0) << "exactly at the limit";
+    EXPECT_THAT(Lines("log-1.XLOG").back(), testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+"));
+    gui_show(0, line.data());
+    EXPECT_EQ(currLogFileNo, 1);
+    EXPECT_THAT(Lines("log-2.XLOG"), ElementsAre(version));
+}
+
+TEST_F(LogTest, PlainOnesHaveNoLimit) {
+    std::string line(40000, 'x');
+    Open("plain");
+    lastLogPath = "./";
+    lastLogName = "log";
+    gui_show(0, line.data());
+    EXPECT_FALSE(fs::exists("log-1.XLOG"));
+    batutil_LogClose();
+    logfp = std::fopen("by hand", "w");
+    lastLogPath = "";
+    lastLogName = "proc/self/cwd/other";
+    gui_show(0, line.data());
+    EXPECT_THAT(Lines("other-1.XLOG"), ElementsAre(version)) << "one that was opened otherwise has";
+}
+
+TEST_F(LogTest, ChoosesAmongTheNumberedFiles) {
+    constexpr int limit = 32768, full = limit + 1;
+    struct File {
+        int size; ///< -1 for none
+        int age;
+    };
+    constexpr File none = {-1, 0};
+    const struct {
+        const char* name;
+        File files[4];
+        int chosen;
+        bool stays; ///< the file that is chosen
+    } rows[] = {
+        {"first", {none, none, none, none}, 1, false},
+        {"newest, at the limit", {{full, 90}, {limit, 50}, {full, 70}, none}, 2, true},
+        {"first of two", {{full, 50}, {9, 50}, none, none}, 3, false},
+        {"first free behind", {none, {full, 50}, none, {9, 90}}, 3, false},
+        {"free around the ring", {none, {9, 90}, {9, 80}, {full, 50}}, 1, false},
+        {"oldest", {{full, 70}, {9, 90}, {full, 90}, {full, 50}}, 2, false},
+        {"oldest, at the start", {{9, 90}, {full, 50}, {9, 70}, {9, 80}}, 1, false},
+    };
+    for (const auto& row : rows) {
+        fs::remove_all("ring");
+        for (int number = 1; number <= 4; ++number) {
+            const auto& [size, age] = row.files[number - 1];
+            const std::string path = "ring/log-" + std::to_string(number) + ".XLOG";
+            if (size >= 0) {
+                WriteFile(path, std::string(static_cast<std::size_t>(size), 'x'));
+                fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::seconds(age));
+            }
+        }
+        const std::string chosen = batutil_GetNextFilename("ring", "log");
+        EXPECT_EQ(chosen, "ring/log-" + std::to_string(row.chosen) + ".XLOG") << row.name;
+        EXPECT_EQ(fs::exists(chosen), row.stays) << row.name;
+    }
+    nLogFiles = 0;
+    EXPECT_EQ(batutil_GetNextFilename(".", "log"), "./log-1.XLOG") << "a ring has at least one file";
+}
+
+class BlockTest : public LogTest {
+protected:
+    ~BlockTest() override { std::fclose(block.fp); }
+
+    logblk block = {std::fopen("block", "w"), 0, 0, 1, "block"};
+    logopt toBlock = {0, nullptr, false, &block};
+};
+
+TEST_F(BlockTest, LinesGoWhereOptionsSay) {
+    constexpr std::size_t length = 1023, cut = 1022;
+    constexpr std::size_t shown = sizeof "Nov13 02:31 " + length;
+    const logopt toConsole = {0, nullptr, true, &block}, neither = {0, nullptr, false, nullptr},
+                 nowhere = {1, nullptr, false, nullptr}, withUser = {0, "agent", false, &block};
+    const struct {
+        const char* name;
+        const logopt* options;
+        std::size_t output;
+        std::size_t inBlock;
+    } rows[] = {
+        {"without options", nullptr, shown, 0}, {"console", &toConsole, shown, 0},
+        {"neither", &neither, shown, 0},        {"nowhere", &nowhere, 0, 0},
+        {"with a user", &withUser, 0, cut},     {"block", &toBlock, 0, length},
+    };
+    std::string line(length, 'x');
+    for (const auto& row : rows) {
+        const auto before = fs::file_size("block");
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(I18N_log_show(&line, row.options, 'I'), 1) << row.name;
+        EXPECT_EQ(testing::internal::GetCapturedStdout().size(), row.output) << row.name;
+        EXPECT_EQ(fs::file_size("block") - before, row.inBlock) << row.name;
+    }
+}
+
+TEST_F(BlockTest, IsFlushedByCountAndAge) {
+    block.flushEveryLine = 0;
+    std::string line = "x";
+    std::vector<int> flushed;
+    for (int number = 1; number <= 410; ++number) {
+        const auto before = fs::file_size("block");
+        block.lastFlush -= number == 70 ? 5001 : 0;
+        I18N_log_show(&line, &toBlock, 'I');
+        if (number > 48 && fs::file_size("block") > before) {
+            flushed.push_back(number);
+        }
+    }
+    EXPECT_THAT(flushed, ElementsAre(49, 50, 70, 200, 400));
+    EXPECT_EQ(flushExpiredLines(&block), 0U);
+    const unsigned before = getTicks();
+    usleep(2000);
+    EXPECT_NE(getTicks(), before);
+}
+
+TEST_F(LogTest, FailedWritesAreReported) {
+    Open();
+    logblk block = {std::fopen("/dev/full", "w"), 0, 0, 1, "/dev/full"};
+    std::setvbuf(block.fp, nullptr, _IONBF, 0);
+    const logopt options = {0, nullptr, false, &block};
+    std::string line = "line\n";
+    EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 0);
+    EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 0);
+    std::fclose(block.fp);
+    EXPECT_THAT(Lines(), ElementsAre(version, "LOGS 56 E [/dev/full]", "LOGS 56 E [/dev/full]"));
+}
+
+TEST_F(LogTest, StatisticsAreOnRequest) {
+    EXPECT_FALSE(g_ErrStart);
+    for (const unsigned counting : {0U, 1U}) {
+        g_ErrStart = counting == 1;
+        for (const char letter : std::string("DIWWEEEFFFFS")) {
+            UpdateLogStatistics(letter);
+        }
+        g_ErrStart = false;
+        const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
+        EXPECT_EQ(informational, counting);
+        EXPECT_EQ(warnings, 2 * counting);
+        EXPECT_EQ(errors, 3 * counting);
+        EXPECT_EQ(fatals, 4 * counting);
+    }
+}
+
+TEST_F(LogTest, StampsFollowTheTimeZone) {
     char stamps[2][16];
     for (const auto& [zone, stamp] : {std::pair("UTC0", stamps[0]), {"XXX-11", stamps[1]}}) {
         setenv("TZ", zone, 1);
@@ -175,78 +301,6 @@ TEST(Log, StampsFollowTheTimeZone) {
     }
     unsetenv("TZ");
     EXPECT_STRNE(stamps[0], stamps[1]);
-}
-
-/// After which lines the block got longer on the disk. Line 70 finds the last flush over five seconds old.
-std::string FlushedAt(logblk& block) {
-    const logopt options = {0, nullptr, false, &block};
-    std::string line = "x", flushed;
-    block.flushEveryLine = 0;
-    for (int number = 1; number <= 410; ++number) {
-        const auto before = fs::file_size(block.path);
-        block.lastFlush -= number == 70 ? 5001 : 0;
-        I18N_log_show(&line, &options, 'I');
-        flushed += fs::file_size(block.path) > before && number > 48 ? std::to_string(number) + ' ' : "";
-    }
-    EXPECT_EQ(flushExpiredLines(&block), 0U);
-    return flushed;
-}
-
-TEST(Log, OpensRotatesAndCounts) {
-    VI18NError error(60, 7947, SeveritySixth);
-    logblk block = {nullptr, 0, 0, 1, ""};
-    logopt options = {};
-    logopt kept = {};
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> keptFile(nullptr, std::fclose);
-    const Calls calls = {
-        {"open", [](const char* name, int mode) { return batutil_LogOpen(".", name, mode, false); }},
-        {"openRing", [](const char* name) { return batutil_LogOpen(".", name, 1, true); }},
-        {"openByHand", [](const char* file) { logfp = std::fopen(file, "w"); }},
-        {"close", batutil_LogClose},
-        {"isClosed", [] { return logfp == nullptr && g_logopt.block == nullptr; }},
-        {"names", [](const char* directory, const char* name) { lastLogPath = directory, lastLogName = name; }},
-        {"record", [](int number) { Message::LogMsg(number, "UTIL", SeverityError, 1, 2, 3); }},
-        {"keep", [&] { kept = g_logopt, keptFile.reset(logfp); }},
-        {"closeKept", [&] { keptFile.reset(); }},
-        {"recordAsKept", [&](int number) { VI18NError(60, number).LogShow(&kept, ""); }},
-        {"withLetter", [&](const char* letter) { return error.LogShow(&g_logopt, letter), error.GetErrVal(); }},
-        {"text", [](std::size_t size) { return gui_show(0, std::string(size, 'x').data()); }},
-        {"textToLimit",
-         [](S file) { return gui_show(0, std::string(32768 - 13 - ReadFile(file).size(), 'x').data()); }},
-        {"foreign", [] { std::fputs("by another\n", logfp); }},
-        {"flush", batutil_FlushLog},
-        {"openBlock",
-         [&](S file) {
-             block = {std::fopen(file.c_str(), "w"), 0, 0, 1, ""};
-             std::setvbuf(block.fp, nullptr, file == "/dev/full" ? _IONBF : _IOFBF, 0);
-             file.copy(block.path, file.size());
-         }},
-        {"closeBlock", [&] { return std::fclose(block.fp); }},
-        {"flushedAt", [&] { return FlushedAt(block); }},
-        {"options",
-         [&](int flags, const char* user, bool console, bool hasBlock) {
-             options = {flags, user, console, hasBlock ? &block : nullptr};
-         }},
-        {"show",
-         [&](std::size_t size, bool hasOptions) {
-             std::string line(size, 'x');
-             testing::internal::CaptureStdout();
-             const int result = I18N_log_show(&line, hasOptions ? &options : nullptr, 'I');
-             return std::to_string(result) + " " + std::to_string(testing::internal::GetCapturedStdout().size());
-         }},
-        {"endsWithText",
-         [](S file) {
-             const auto text = testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+");
-             return testing::Matches(text)(Records(ReadFile(file)).back());
-         }},
-        {"fileNumber", [] { return currLogFileNo; }},
-        {"next", [](const char* directory) { return batutil_GetNextFilename(directory, "log"); }},
-        {"ring", [](int files) { nLogFiles = files; }},
-        {"count", Counted},
-        {"loggerIsGlobal", [] { return Message::s_defaultLogger == FileLogger::GetGlobalLogger(); }},
-        {"ticksGoOn", [] { return getTicks() != (usleep(2000), getTicks()); }},
-    };
-    MakeCalls("Log", calls);
 }
 
 } // namespace

@@ -2,116 +2,250 @@
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/Unix/OutputFile.h"
 #include "Mis/Unix/Room.h"
-#include "Mis/Unix/Synchronise.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/Unix/UtilitiesUnix.h"
-#include "Mis/Unix/WholeFile.h"
-#include "Mis/VError.h"
 #include "classlib/File.h"
 #include "classlib/FilenameHelper.h"
 #include "classlib/Signature.h"
 #include "classlib/String.h"
-#include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/Records.h"
+#include "tests/support/ScratchTest.h"
+#include "tests/support/Thrown.h"
 
 #include <cerrno>
+#include <climits>
+#include <iomanip>
+#include <memory>
+#include <sstream>
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 namespace text = txccl::string;
+using testing::ElementsAre;
+using txccl::FilenameHelper;
 using txccl::Signature;
-using S = const std::string&;
 
-TEST(Streams, ReadAndWriteAndTellWhyNot) {
+class StreamTest : public ScratchTest {
+protected:
+    static constexpr auto reading = VBinaryStream::ReadMode;
+    static constexpr auto writing = VBinaryStream::WriteMode;
+    static constexpr auto updating = VBinaryStream::UpdateMode;
+
+    std::string Opened(const char* file, VBinaryStream::AccessMode mode) {
+        return Thrown([&] { stream.Open(file, mode); });
+    }
+    std::string Read() {
+        return Thrown([&] { stream.ReadBytes(bytes, 1); });
+    }
+    std::string Flushed() {
+        return Thrown([&] { stream.Flush(); });
+    }
+    std::string Closed() {
+        return Thrown([&] { stream.Close(); });
+    }
+
     VBinaryStream stream;
     unsigned char bytes[100000] = {};
-    const Calls calls = {
-        {"open", [&](const char* file, int mode) { stream.Open(file, static_cast<VBinaryStream::AccessMode>(mode)); }},
-        {"takeOver", [&](const char* file) { stream.Open(Descriptor(open(file, O_RDWR)), file); }},
-        {"close", [&] { stream.Close(); }},
-        {"flush", [&] { stream.Flush(); }},
-        {"closeUnderneath", [&] { return close(stream.GetDescriptor()); }},
-        {"abandon", [](const char* file) { VBinaryStream().Open(file, VBinaryStream::WriteMode); }},
-        {"int16",
-         [&] {
-             unsigned short value = 7;
-             stream.ReadInt16(value);
-             return value;
-         }},
-        {"int32",
-         [&](int size) {
-             unsigned value = ~0U;
-             stream.ReadInt32(value, size);
-             return value;
-         }},
-        {"read",
-         [&](unsigned size) {
-             stream.ReadBytes(bytes, size);
-             return std::string(bytes, bytes + size);
-         }},
-        {"readRaw", [&](unsigned size) { return std::string(bytes, bytes + stream.ReadRawData(bytes, size)); }},
-        {"readNull", [&] { return stream.ReadRawData(nullptr, 0); }},
-        {"put",
-         [&](std::string text) {
-             std::copy(text.begin(), text.end(), bytes);
-             return stream.WriteRawData(bytes, unsigned(text.size()));
-         }},
-        {"putAll", [&] { return stream.WriteRawData(bytes, sizeof bytes) == sizeof bytes; }},
-    };
-    MakeCalls("Streams", calls);
+};
+
+TEST_F(StreamTest, TellsWhyItCannotOpen) {
+    fs::create_symlink("nowhere", "dangling");
+    errno = ENOENT; // from before
+    EXPECT_EQ(Opened("no", reading), "BSTR-E-4166: no");
+    EXPECT_EQ(Opened("", reading), "BSTR-E-4144: ");
+    EXPECT_EQ(Opened(nullptr, reading), "BSTR-E-4144: ");
+    EXPECT_EQ(Opened("no/x", writing), "BSTR-E-4145: no/x");
+    EXPECT_EQ(Opened("no/x", updating), "BSTR-E-4145: no/x");
+    EXPECT_EQ(Opened("dangling", updating), "BSTR-E-4145: dangling");
+    EXPECT_EQ(Opened("file", static_cast<VBinaryStream::AccessMode>(7)), "nothing");
+    EXPECT_FALSE(fs::exists("file")) << "opened in no mode";
+    EXPECT_EQ(Opened("file", updating), "nothing");
+    EXPECT_TRUE(fs::exists("file"));
 }
 
-TEST(Files, AreWrittenComparedAndDeleted) {
-    const Calls calls = {
-        {"save", [](S file, S text) { return sys_writeFile(file, text); }},
-        {"saveMuch", [](S file, std::size_t size) { return sys_writeFile(file, std::string(size, 'x')); }},
-        {"openOutput", [](S file) { return sys_openOutput(file, O_WRONLY, 0600).file.IsOpen(); }},
-        {"chain",
-         [](int links) {
-             for (int i = 1; i <= links; ++i)
-                 fs::create_symlink(std::to_string(i - 1), std::to_string(i));
-         }},
-        {"same", sys_holdsSame},
-        {"isSameEntry", sys_isSameEntry},
-        {"leadsThrough", sys_leadsThrough},
-        {"isFile", [](S path, S file) { return sys_isSameFile(path, file, FileStatus()); }},
-        {"makePath", CreateUnixPath},
-        {"makeDirectory",
-         [](const char* path, bool isNamed, bool hasHeader) {
-             char name[100] = "before";
-             const int result = dsk_credir(nullptr, path, 0, hasHeader ? name : nullptr, isNamed ? name : nullptr, 0);
-             return std::to_string(result) + ' ' + name;
-         }},
-        {"delete", sys_delete},
-        {"keepRoom",
-         [](const char* file, off_t from, off_t size) {
-             return fallocate(Descriptor(open(file, O_RDWR)).Number(), FALLOC_FL_KEEP_SIZE, from, size);
-         }},
-        {"reserve",
-         [](const char* path, off_t size) {
-             const Descriptor file(open(path, O_RDWR));
-             errno = EIO; // an earlier error is none
-             return sys_synchronise(file.Number()) && sys_reserve(file.Number(), FileStatus::Of(path), size);
-         }},
-        {"allocated", [](S file) { return FileStatus::Of(file).Allocated(); }},
-        {"hasEntry", txccl::File::exists},
-        {"stdOpens", [](const char* file, const char* mode) { return sys_fopen(file, mode, 0) != nullptr; }},
-        {"error", [] { return errno; }},
-        {"systemError",
-         [] {
-             const std::unique_ptr<VI18NError> error(getSystemError());
-             return error ? error->what() : "none";
-         }},
-    };
-    MakeCalls("Files", calls);
+TEST_F(StreamTest, LockedFilesAreNotMissing) {
+    WriteFile("locked/file", "");
+    WriteFile("readonly", "");
+    SetMode(".", 0777);
+    SetMode("readonly", 0444);
+    SetMode("locked", 0);
+    {
+        const AsUser user;
+        EXPECT_EQ(Opened("locked/file", reading), "BSTR-E-4144: locked/file");
+        EXPECT_EQ(Opened("locked/file", writing), "BSTR-E-4145: locked/file");
+        EXPECT_EQ(Opened("locked/file", updating), "BSTR-E-4159");
+        EXPECT_EQ(Opened("readonly", updating), "BSTR-E-4145: readonly");
+    }
+    SetMode("locked", 0700);
+}
+
+TEST_F(StreamTest, ReadsAndWritesWithoutASeek) {
+    WriteFile("file", "\x01\x02\x03\x04\x05\xF6\x07\x08");
+    bytes[0] = 'x';
+    unsigned three = ~0U, two = ~0U, none = ~0U;
+    unsigned short half = 0;
+    stream.Open("file", updating);
+    stream.ReadInt32(three, 3);
+    EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
+    stream.ReadInt16(half);
+    stream.ReadInt32(two, 2);
+    stream.ReadInt32(none, 0);
+    stream.ReadBytes(bytes, 0);
+    EXPECT_EQ(three, 0x030201U);
+    EXPECT_EQ(half, 0xF605);
+    EXPECT_EQ(two, 0x0807U);
+    EXPECT_EQ(none, 0U);
+    EXPECT_EQ(Read(), "BSTR-E-4151: file < BSTR-E-5114") << "at the end";
+    EXPECT_DEATH(stream.Open("/dev/null", reading), "Mis/BinStrm.*`m_file == 0' failed");
+    EXPECT_DEATH(stream.ReadInt32(none, 5), "`len >= 0 && len <= 4' failed");
+    stream.Close();
+    EXPECT_EQ(ReadFile("file"), "\x01\x02\x03x\x05\xF6\x07\x08");
+}
+
+TEST_F(StreamTest, ReadsWhatAPipeTook) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    stream.Open("pipe", updating);
+    for (const unsigned char sent : {'x', 'y'}) {
+        bytes[0] = sent;
+        EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
+        EXPECT_EQ(stream.ReadRawData(bytes + 1, 1), 1U);
+        EXPECT_EQ(bytes[1], sent);
+    }
+    EXPECT_EQ(stream.ReadRawData(nullptr, 0), 0U);
+}
+
+TEST_F(StreamTest, TellsWhyItCannotRead) {
+    stream.Open(".", reading);
+    EXPECT_EQ(Read(), "BSTR-E-4151: . < BSTR-E-5115: 1");
+    stream.Close();
+    EXPECT_EQ(Read(), "BSTR-E-4151: .") << "closed";
+    EXPECT_EQ(stream.ReadRawData(bytes, 1), 0U) << "closed";
+    EXPECT_EQ(stream.WriteRawData(bytes, 1), 0U) << "closed";
+    EXPECT_EQ(Flushed() + Closed(), "nothingnothing") << "closed";
+    stream.Open("/dev/null", reading);
+    EXPECT_EQ(close(stream.GetDescriptor()), 0);
+    EXPECT_EQ(Closed(), "BSTR-E-4148: /dev/null");
+}
+
+TEST_F(StreamTest, SeesLostBytes) {
+    const std::string lost = "BSTR-E-4152: /dev/full < BSTR-E-4096: No space left on device";
+    stream.Open("/dev/full", writing);
+    EXPECT_EQ(stream.WriteRawData(bytes, 10), 10U);
+    EXPECT_EQ(Flushed(), lost);
+    EXPECT_EQ(Closed(), lost);
+    stream.Open("/dev/full", updating);
+    EXPECT_LT(stream.WriteRawData(bytes, sizeof bytes), sizeof bytes);
+    errno = 0;
+    EXPECT_EQ(Closed(), lost) << "an earlier write counts, with its own cause";
+    stream.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full");
+    EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
+    EXPECT_EQ(Closed(), lost) << "taken over";
+    stream.Open("/dev/null", writing);
+    EXPECT_EQ(Closed(), "nothing") << "an error ends with its file";
+    VBinaryStream().Open("/dev/null", writing);
+}
+
+class FilesTest : public ScratchTest {};
+
+TEST_F(FilesTest, DirectoriesAreMade) {
+    WriteFile("file", "");
+    EXPECT_EQ(CreateUnixPath("x/y/"), 1);
+    EXPECT_TRUE(fs::is_directory("x/y"));
+    EXPECT_EQ(fs::status("x").permissions(), fs::perms::owner_all);
+    EXPECT_EQ(CreateUnixPath("u/v"), 1);
+    EXPECT_TRUE(fs::is_directory("u"));
+    EXPECT_FALSE(fs::exists("u/v")) << "behind the last separator";
+    EXPECT_EQ(CreateUnixPath("file"), 1);
+    EXPECT_EQ(CreateUnixPath("file/sub/"), 0);
+    SetMode(".", 0777);
+    SetMode("x", 0);
+    {
+        const AsUser user;
+        EXPECT_EQ(CreateUnixPath("x/y/"), 0) << "locked";
+    }
+    SetMode("x", 0700);
+}
+
+TEST_F(FilesTest, MadeDirectoriesGiveTheirName) {
+    WriteFile("file", "");
+    char header = 0, name[100] = "before";
+    EXPECT_EQ(dsk_credir(nullptr, "file/x/", 0, nullptr, name, 0), -1);
+    EXPECT_STREQ(name, "");
+    EXPECT_EQ(dsk_credir(nullptr, "new/", 0, &header, name, 0), -1) << "no headers here";
+    EXPECT_EQ(dsk_credir(nullptr, "new/", 0, nullptr, name, 0), 1);
+    EXPECT_STREQ(name, "new/");
+    EXPECT_EQ(dsk_credir(nullptr, "more/", 0, nullptr), 1) << "no name is asked for";
+}
+
+TEST_F(FilesTest, DeleteRemovesWhatMatches) {
+    for (const char* file : {"d/a.txt", "d/.hidden", "d/s/t/deep", "kept/file"}) {
+        WriteFile(file, "");
+    }
+    fs::create_symlink("../kept", "d/link");
+    EXPECT_FALSE(sys_delete("d/s")) << "not empty";
+    EXPECT_TRUE(fs::exists("d/s/t/deep"));
+    EXPECT_TRUE(sys_delete("d/?.txt"));
+    EXPECT_FALSE(fs::exists("d/a.txt"));
+    EXPECT_TRUE(fs::exists("d/.hidden"));
+    EXPECT_FALSE(sys_delete("no"));
+    EXPECT_TRUE(sys_delete("d/*"));
+    EXPECT_TRUE(fs::is_empty("d"));
+    EXPECT_TRUE(sys_delete("d"));
+    EXPECT_FALSE(fs::exists("d"));
+    EXPECT_TRUE(fs::exists("kept/file")) << "behind a link";
+}
+
+TEST_F(FilesTest, DeleteTellsWhatItCannotRead) {
+    WriteFile("locked/file", "");
+    SetMode(".", 0777);
+    SetMode("locked", 0);
+    batutil_LogOpen(".", "log", 1, false);
+    {
+        const AsUser user;
+        EXPECT_TRUE(sys_delete("missing/*"));
+        sys_delete("locked/file*");
+    }
+    SetMode("locked", 0700);
+    EXPECT_THAT(Records(ReadFile("log")), ElementsAre("AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]",
+                                                      "SYST 5065 W [locked/] [locked/file*] [Permission denied]"));
+}
+
+TEST_F(FilesTest, ReservedRoomFillsHoles) {
+    constexpr off_t mebi = 1 << 20;
+    WriteFile("holes", "");
+    fs::resize_file("holes", mebi);
+    const Descriptor file(open("holes", O_RDWR));
+    ASSERT_EQ(fallocate(file.Number(), FALLOC_FL_KEEP_SIZE, mebi, mebi), 0) << "room behind the end is no hole's";
+    EXPECT_TRUE(sys_reserve(file.Number(), FileStatus::Of(file.Number()), mebi));
+    EXPECT_GE(FileStatus::Of(file.Number()).Allocated(), 2 * mebi);
+}
+
+TEST_F(FilesTest, ExistenceFollowsLinksOrNot) {
+    fs::create_symlink("nowhere", "dangling");
+    EXPECT_TRUE(txccl::File::exists("dangling"));
+    EXPECT_FALSE(doesFileExist("dangling"));
+    EXPECT_FALSE(txccl::File::exists(""));
+    EXPECT_TRUE(sys_isSameFile("/dev/null", "/dev/./null", FileStatus())) << "by name, without a status";
+}
+
+TEST_F(FilesTest, SystemErrorsAreTold) {
+    errno = 7;
+    EXPECT_EQ(sys_fopen("", "r", 0), nullptr);
+    EXPECT_EQ(sys_fopen(nullptr, "r", 0), nullptr);
+    EXPECT_EQ(sys_fopen("/dev/null", nullptr, 0), nullptr);
+    EXPECT_EQ(errno, 7) << "nothing was tried";
+    errno = ENOENT;
+    EXPECT_EQ(std::unique_ptr<VI18NError>(getSystemError())->what(), "BSTR-E-4096: No such file or directory");
+    errno = 0;
+    EXPECT_EQ(getSystemError(), nullptr);
     EXPECT_EQ(prs_getprogramsdir(), fs::read_symlink("/proc/self/exe").parent_path() / "");
 }
 
@@ -124,39 +258,62 @@ TEST(Node, HasAShortName) {
          {std::pair<std::string, std::string>("a.b.c", "a"), {".", ""}, {longest, longest}}) {
         EXPECT_EQ(sethostname(full.data(), full.size()), 0);
         char node[65] = "?";
-        EXPECT_EQ(sys_getnodename(node, 0), 1);
+        EXPECT_EQ(sys_getnodename(node, 0), 1) << full;
         EXPECT_EQ(node, name);
     }
 }
 
-/// The bytes of a signature, which it takes over.
-std::string Bytes(unsigned char* binary) {
-    std::string bytes = binary == nullptr ? "none" : std::string(binary, binary + Signature::SIGNATURE_SIZE);
-    Signature::free_binary(binary);
-    return bytes;
+TEST(Classlib, CropsSplitsAndCompares) {
+    EXPECT_EQ(text::Crop(" \t\r\n a b \t\r\n "), "a b");
+    EXPECT_EQ(text::Crop("\v\f\xA0"), "\v\f\xA0");
+    EXPECT_EQ(text::CropEnd(" a \n"), " a");
+    EXPECT_THAT(text::Split("a..b.", '.'), ElementsAre("a", "", "b", ""));
+    EXPECT_EQ(text::Join({"a", "", "b"}, ", "), "a, , b");
+    EXPECT_FALSE(text::EqualIgnoringCase("@[", "`{")) << "no letters";
+    EXPECT_FALSE(text::EqualIgnoringCase("a", "ab"));
+    EXPECT_TRUE(text::EqualIgnoringCase("aZ", "Az"));
+    for (const auto& [digits, number] : {std::pair("-5", 0), {"+5", 0}, {"007x", 7}, {"2147483648", INT_MAX}}) {
+        EXPECT_EQ(text::LeadingNumber(digits), number) << digits;
+    }
 }
 
-TEST(Classlib, TextsPathsAndSignatures) {
+TEST(Classlib, JoinsPaths) {
+    EXPECT_EQ(FilenameHelper::join("", ""), "/");
+    EXPECT_EQ(FilenameHelper::join("", "b"), "/b");
+    EXPECT_EQ(FilenameHelper::join("a/", "//b"), "a/b");
+    EXPECT_EQ(FilenameHelper::join("a//b", "c/"), "a/b/c/");
+    EXPECT_EQ(FilenameHelper::join("\\\\a", ""), "\\\\a/");
+}
+
+/// The bytes of a signature, in hexadecimal, which this takes over.
+std::string Hex(unsigned char* binary) {
+    std::ostringstream hex;
+    for (int i = 0; binary != nullptr && i < int{Signature::SIGNATURE_SIZE}; ++i) {
+        hex << std::hex << std::setw(2) << std::setfill('0') << int{binary[i]};
+    }
+    Signature::free_binary(binary);
+    return hex.str();
+}
+
+TEST(Classlib, SignsBytes) {
+    const std::string ofAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+    const std::string ofNothing = "da39a3ee5e6b4b0d3255bfef95601890afd80709";
+    const auto* const abcd = reinterpret_cast<const unsigned char*>("abcd");
     Signature signature;
-    const Calls calls = {
-        {"crop", text::Crop},
-        {"cropEnd", text::CropEnd},
-        {"split", [](std::string text, char at) { return text::Join(text::Split(text, at), "|"); }},
-        {"equal", text::EqualIgnoringCase},
-        {"number", text::LeadingNumber},
-        {"join", txccl::FilenameHelper::join},
-        {"update", [&](S text) { signature.update(reinterpret_cast<const unsigned char*>(text.data()), 2); }},
-        {"close", [&] { signature.close(); }},
-        {"text", [&] { return signature.to_string(); }},
-        {"binary", [&] { return Bytes(signature.to_binary()); }},
-        {"of", [](S text) { return Signature::of(text); }},
-        {"ofNothing", [] { return Signature::of(); }},
-        {"ofNull", [] { return Signature::of(static_cast<Signature::SignableObject*>(nullptr)); }},
-        {"binaryOf", [](S text) { return Bytes(Signature::binary(text)); }},
-        {"textSize", [] { return int{Signature::STRING_SIGNATURE_SIZE}; }},
-        {"binaryOfNothing", [] { return Bytes(Signature::binary()); }},
-    };
-    MakeCalls("Classlib", calls);
+    signature.update(abcd, 1);
+    signature.update(abcd + 1, 2);
+    EXPECT_EQ(signature.to_string() + Hex(signature.to_binary()), "") << "not closed";
+    signature.close();
+    signature.update(abcd, 1);
+    signature.close();
+    EXPECT_EQ(signature.to_string(), ofAbc) << "nothing is added to what is closed";
+    EXPECT_EQ(Hex(signature.to_binary()), ofAbc);
+    EXPECT_EQ(Signature::of(abcd, 3), ofAbc);
+    EXPECT_EQ(Hex(Signature::binary("abc")), ofAbc);
+    EXPECT_EQ(Signature::of(), ofNothing);
+    EXPECT_EQ(Signature::of(static_cast<Signature::SignableObject*>(nullptr)), ofNothing);
+    EXPECT_EQ(Hex(Signature::binary()), ofNothing);
+    EXPECT_EQ(ofAbc.size(), Signature::STRING_SIGNATURE_SIZE);
 }
 
 } // namespace

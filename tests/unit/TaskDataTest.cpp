@@ -1,19 +1,35 @@
 #include "Mis/TaskData.h"
 
-#include "tests/support/Calls.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/Records.h"
+#include "tests/support/ScratchTest.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
-#include <optional>
 #include <regex>
+#include <sstream>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using S = const std::string&;
+constexpr int keyTimeZone = 102;
+constexpr int keyDiagnostics = 103;
+constexpr int keyPassword = 104;
+constexpr int keyOperatorMode = 106;
+constexpr int keyPriority = 107;
+constexpr int keyTaskId = 212;
+constexpr int keyDescription = 213;
+constexpr int keyLogDetail = 402;
+constexpr int keyLogFormat = 403;
+constexpr int keyInclude = 1003;
+constexpr int keyOracleType = 1202;
+constexpr int keyUnnamed = 20401; // to 20499
+constexpr int keyPrinterWidth = 63000;
+constexpr int keyStockPart = 81000;
 
 /// The value of a key, "none" when it has no entry.
 std::string Value(const VTaskData& data, int key) {
@@ -22,40 +38,94 @@ std::string Value(const VTaskData& data, int key) {
     return found == 0 && value.empty() ? "none" : value;
 }
 
-/// The number and the text of the line at which a file is refused.
-std::string Refused(const std::string& file) {
-    VTaskData data(file, true);
-    std::string line;
-    EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0);
-    data.GetErrorLine(line);
-    return std::to_string(data.GetErrorLine()) + ' ' + line;
+std::string TextOf(VTaskData& data) {
+    std::string text = "left from before";
+    data.Serialize(text);
+    return text;
 }
 
-/// How two entries compare, which all operators say alike.
-int Order(int key, int other) {
-    const VTDEntry a(key, "", 671, 1);
-    const VTDEntry b(other, "", 671, 1);
-    const int order = a.Compare(&b);
-    EXPECT_EQ(a < b, order < 0);
-    EXPECT_EQ(a > b, order > 0);
-    EXPECT_EQ(a == b, order == 0);
-    return order;
+TEST(TaskEntry, OrdersByNameOrKey) {
+    using Row = std::tuple<const char*, int, int>;
+    for (const auto& [name, lower, higher] : {
+             Row("by name", 604, 603),
+             Row("with an index", 13122, 13113),
+             Row("one name", keyDescription, keyUnnamed),
+             Row("the other name", keyUnnamed, keyStockPart),
+             Row("no name", keyUnnamed, keyUnnamed + 1),
+             Row("no row", keyUnnamed, INT_MAX),
+         }) {
+        const VTDEntry a(lower, "", lastFormatVersion, 1);
+        const VTDEntry b(higher, "", lastFormatVersion, 1);
+        EXPECT_TRUE(a < b && !(b < a)) << name;
+        EXPECT_TRUE(b > a && !(a > b)) << name;
+        EXPECT_TRUE(a == VTDEntry(a) && !(a == b)) << name;
+        EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
+    }
+    const VTaskData other("", true);
+    EXPECT_NE(VTDEntry(keyDescription, "", lastFormatVersion, 1).Compare(&other), 0) << "an object of another class";
 }
 
-/// The number in the place of "%", "none" for no match.
-std::string Matched(const char* text, const char* pattern) {
-    int index = 0;
-    return VTaskData::KeyMatch(text, pattern, &index) ? std::to_string(index) : "none";
+TEST(TaskData, AddsAndReplacesValues) {
+    for (const bool raw : {true, false}) {
+        VTaskData data("", raw);
+        VString text = "z";
+        char buffer[] = "left from before";
+        EXPECT_EQ(data.GetString(keyDescription, buffer), 0);
+        EXPECT_STREQ(buffer, "");
+        EXPECT_EQ(data.SetString(keyDescription, "  x  ", true), 1);
+        EXPECT_EQ(Value(data, keyDescription), "x") << "a new value is cropped";
+        EXPECT_EQ(data.SetString(keyDescription, std::string("y"), false), 0);
+        EXPECT_EQ(data.SetRaw(keyDescription, "y", false), 0);
+        EXPECT_EQ(data.GetString(keyDescription, buffer), 1);
+        EXPECT_STREQ(buffer, "x") << "not replaced";
+        EXPECT_EQ(data.SetString(keyDescription, VString(" y\xE9 "), true), 1);
+        EXPECT_EQ(data.GetString(keyDescription, &text), 1);
+        EXPECT_STREQ(text, " y\xE9 ") << "a value that replaces is kept whole";
+    }
 }
 
-std::string NameOf(int key) {
-    std::string name = "kept";
-    return VTaskData::GetKeyName(key, name, 671, 1) == (name == "kept" ? 0 : 1) ? name : "not kept";
+TEST(TaskData, DeletesOneKeyOrMany) {
+    VTaskData data("", true);
+    for (const int key : {keyDescription, keyPluginCode + 1, keyPluginCode + 2, keyPluginCode + 7, keyTimeZone}) {
+        data.SetRaw(key, std::to_string(key), true);
+    }
+    EXPECT_EQ(data.DeleteKey(keyDescription), 1);
+    EXPECT_EQ(data.DeleteKey(keyDescription), 0);
+    EXPECT_EQ(Value(data, keyTimeZone), "102") << "the last, which has moved";
+    EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), 1);
+    EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), 0);
+    EXPECT_EQ(Value(data, keyPluginCode + 1), "13111");
+    EXPECT_EQ(Value(data, keyTimeZone), "102") << "which has moved again";
+    EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
+    EXPECT_EQ(Value(data, keyPluginCode + 1), "none");
+    EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
 }
 
-int KeyOf(const std::string& name) {
-    int key = 7;
-    return VTaskData::GetKeyID(name, &key, 671, 1) == (key == 7 ? 0 : 1) ? key : -1;
+TEST(TaskData, TakesValuesOfTheKind) {
+    const struct {
+        std::vector<int> keys;
+        std::vector<const char*> fitting;
+        std::vector<const char*> others;
+    } rows[] = {
+        {{keyDiagnostics}, {"yes", "TRUE", "No", "1", "", "RUE", "0/1", "/"}, {"maybe", "2", "01", " yes", "no/yes"}},
+        {{keyPriority}, {"", "0", "007", "99999999999999999999"}, {"-5", "+5", "1.5", " 5", "5 ", "0x1"}},
+        {{keyDescription, keyPassword, keyInclude}, {"", "x = { } // \"-\"", "\xff"}, {}},
+        {{keyOperatorMode}, {"CONSOLE", "remote", "Console,Remote", "remote,remote"}, {}},
+        {{keyOperatorMode, keyOracleType}, {}, {"", "Con", "Consoles", "/Console", "Console,", ",Console", "a, b"}},
+        {{100, keyPluginHeader + 3, 20003, -1, 0, 9999, INT_MAX, INT_MIN}, {}, {"", "x", "1"}},
+    };
+    for (const auto& row : rows) {
+        for (const int key : row.keys) {
+            for (const char* value : row.fitting) {
+                EXPECT_TRUE(VTaskData("", true).IsValidEntry(key, value)) << key << " = " << value;
+                EXPECT_EQ(VTaskData("", true).SetRaw(key, value, true), 1) << key << " = " << value;
+            }
+            for (const char* value : row.others) {
+                EXPECT_FALSE(VTaskData("", true).IsValidEntry(key, value)) << key << " = " << value;
+                EXPECT_EQ(VTaskData("", true).SetRaw(key, value, true), 0) << key << " = " << value;
+            }
+        }
+    }
 }
 
 /// What the typed getters say of a value, as far as they answer.
@@ -72,93 +142,228 @@ std::string Typed(const VTaskData& data, int key) {
            (data.GetPassword(key, &password) == 1 ? " password " : "") + password;
 }
 
-TEST(TaskData, HoldsReadsAndWritesValues) {
-    std::optional<VTaskData> data;
-    const Calls calls = {
-        {"new", [&](bool raw) { data.emplace(VString(), raw); }},
-        {"get", [&](int key) { return Value(*data, key); }},
-        {"getText",
-         [&](int key) {
-             VString text = "z";
-             const int found = data->GetString(key, &text);
-             return std::to_string(found) + ' ' + std::string(text);
-         }},
-        {"getChars",
-         [&](int key) {
-             char text[] = "left from before";
-             const int found = data->GetString(key, text);
-             return std::to_string(found) + ' ' + text;
-         }},
-        {"typed", [&](int key) { return Typed(*data, key); }},
-        {"set", [&](int key, S value) { return data->SetString(key, value, true); }},
-        {"add", [&](int key, S value) { return data->SetString(key, value, false); }},
-        {"setText", [&](int key, const char* value) { return data->SetString(key, VString(value), true); }},
-        {"setRaw", [&](int key, S value) { return data->SetRaw(key, value, true); }},
-        {"addRaw", [&](int key, S value) { return data->SetRaw(key, value, false); }},
-        {"fits", [&](int key, S value) { return data->IsValidEntry(key, value); }},
-        {"setBool", [&](int key, bool value, bool overwrite) { return data->SetBool(key, value, overwrite); }},
-        {"setNumber", [&](int key, int value) { return data->SetNumeric(key, value, true); }},
-        {"setIndex", [&](int key, int index) { return data->SetEnum(key, index, true); }},
-        {"setMask", [&](int key, unsigned mask) { return data->SetMask(key, mask, true); }},
-        {"setPassword", [&](int key, S value) { return data->SetPassword(key, value, true); }},
-        {"delete", [&](int key) { return data->DeleteKey(key); }},
-        {"deleteFromTo", [&](int first, int last) { return data->DeleteKey(first, last); }},
-        {"read", [&](std::string text) { return data->Deserialize(text, false); }},
-        {"readAndApply", [&](std::string text) { return data->Deserialize(text, true); }},
-        {"line", [&](S line) { return data->ParseLine(line, false); }},
-        {"text",
-         [&] {
-             std::string text;
-             return data->Serialize(text), text;
-         }},
-        {"errorLine", [&] { return data->GetErrorLine(); }},
-        {"refused", Refused},
-        {"load", [](S file) { return VTaskData(file, true).LoadFile("", true); }},
-        {"save", [&](S file) { return data->SaveToFile(file); }},
-        {"comment", [&](S text) { return data->SetComment(text); }},
-        {"isSigned",
-         [&] {
-             std::string text;
-             data->Serialize(text);
-             return txccl::Signature::of(text) == txccl::Signature::of(&*data);
-         }},
-        {"environment", [](const char* name) { return getenv(name); }},
-        {"setEnvironment", [](const char* name, const char* value) { return setenv(name, value, 1); }},
-        {"extensionLoaded", [] { return VTaskData::extensionLoaded; }},
-        {"forgetExtension", [] { VTaskData::extensionLoaded = false; }},
-        {"order", Order},
-        {"orderOfOther", [&](int key) { return VTDEntry(key, "", 671, 1).Compare(&*data) != 0; }},
-        {"match", Matched},
-        {"name", NameOf},
-        {"key", KeyOf},
-        {"version", [&] { return data->GetVersion(); }},
-        {"type", [&] { return data->GetType(); }},
+TEST(TaskData, GivesTypedValues) {
+    using Row = std::tuple<int, const char*, const char*>;
+    for (const auto& [key, value, answers] : {
+             Row(keyDiagnostics, "yes", " bool 1"),
+             Row(keyDiagnostics, "TRUE", " bool 1"),
+             Row(keyDiagnostics, "no", " bool 0"),
+             Row(keyDiagnostics, "False", " bool 0"),
+             Row(keyDiagnostics, "1", " number 1"),
+             Row(keyDiagnostics, "rue", ""),
+             Row(keyPriority, "042", " number 42"),
+             Row(keyPriority, "99999999999", " number 2147483647"),
+             Row(keyOperatorMode, "remote", " index 1 mask 2"),
+             Row(keyLogDetail, "NONE", " index 0 mask 1"),
+             Row(keyLogDetail, "None,Summary", " mask 9"),
+             Row(keyPassword, "p", " password p"),
+             Row(keyDescription, "4x", ""),
+         }) {
+        VTaskData data("", true);
+        EXPECT_EQ(Typed(data, key), "") << "without an entry";
+        EXPECT_EQ(data.SetString(key, value, true), 1) << value;
+        EXPECT_EQ(Typed(data, key), answers) << key << " = " << value;
+    }
+}
+
+TEST(TaskData, TakesTypedValues) {
+    VTaskData data("", true);
+    EXPECT_EQ(data.SetBool(keyDiagnostics, false, true), 1);
+    EXPECT_EQ(Value(data, keyDiagnostics), "False");
+    EXPECT_EQ(data.SetBool(keyDiagnostics, true, true), 1);
+    EXPECT_EQ(data.SetBool(keyDiagnostics, false, false), 0) << "there already";
+    EXPECT_EQ(Value(data, keyDiagnostics), "True");
+    EXPECT_EQ(data.SetNumeric(keyPriority, 42, true), 1);
+    EXPECT_EQ(data.SetNumeric(keyPriority, -1, true), 0);
+    EXPECT_EQ(Value(data, keyPriority), "42");
+    EXPECT_EQ(data.SetEnum(keyLogFormat, 0, true), 1);
+    EXPECT_EQ(Value(data, keyLogFormat), "Brief");
+    EXPECT_EQ(data.SetEnum(keyOperatorMode, 1, true), 1);
+    EXPECT_EQ(data.SetEnum(keyOperatorMode, 2, true), 0) << "behind the last name";
+    EXPECT_EQ(data.SetEnum(keyOperatorMode, -1, true), 0);
+    EXPECT_EQ(Value(data, keyOperatorMode), "Remote");
+    EXPECT_EQ(data.SetMask(keyLogDetail, 0b1011, true), 1);
+    EXPECT_EQ(data.SetMask(keyLogDetail, 0b10001, true), 0) << "a bit behind the last name";
+    EXPECT_EQ(Value(data, keyLogDetail), "None,Files,Summary");
+    EXPECT_EQ(data.SetPassword(keyPassword, "p", true), 1);
+    EXPECT_EQ(Value(data, keyPassword), "p");
+    EXPECT_EQ(data.SetPassword(keyDescription, "p", true), 0) << "no password";
+    EXPECT_EQ(Value(data, keyDescription), "none");
+}
+
+// With an entry that has no name the key decides, so that three entries could compare in a circle.
+TEST(TaskData, TextIgnoresOrderOfAdding) {
+    std::vector<int> keys = {keyTaskId,        keyDescription,  keyUnnamed, keyUnnamed + 9, keyPrinterWidth + 552,
+                             keyStockPart + 1, keyStockPart + 2};
+    std::string first;
+    do {
+        VTaskData data("", true);
+        for (const int key : keys) {
+            data.SetString(key, "<" + std::to_string(key) + ">", true);
+        }
+        const std::string text = TextOf(data);
+        first = first.empty() ? text : first;
+        ASSERT_EQ(text, first) << testing::PrintToString(keys);
+        ASSERT_EQ(TextOf(data), first) << "written again";
+    } while (std::next_permutation(keys.begin(), keys.end()));
+    const std::regex value("<\\d+>");
+    std::string order;
+    for (std::sregex_iterator it(first.begin(), first.end(), value), end; it != end; ++it) {
+        order += it->str();
+    }
+    EXPECT_EQ(order, "<213><20401><20410><63552><81001><81002><212>");
+}
+
+TEST(TaskData, IsSignedByItsText) {
+    VTaskData data(VString("file.qxc"), true);
+    data.SetString(keyDescription, "x", true);
+    EXPECT_EQ(txccl::Signature::of(&data), txccl::Signature::of(TextOf(data)));
+    EXPECT_EQ(data.SetComment("// z"), 1);
+    EXPECT_EQ(txccl::Signature::of(&data), txccl::Signature::of(TextOf(data))) << "the comment counts";
+    EXPECT_EQ(TextOf(data).substr(0, 6), "// z\r\n");
+}
+
+TEST(TaskText, MergesEntriesAndStartsAfresh) {
+    VTaskData data("", true);
+    std::string text = "BuildVersion = 6\nQXCVersion = 650\nTime_Zone = a\nDescription = b\nLog {\nAgentName = c\"-\n";
+    EXPECT_TRUE(data.Deserialize(text, false));
+    text = "\"Time_Zone = not continued\n";
+    EXPECT_FALSE(data.Deserialize(text, false));
+    text = "QXCVersion = 102\nDescription = d\nAgentName = e\nnonsense \r\nTASK_ID = 1\n";
+    EXPECT_FALSE(data.Deserialize(text, false));
+    EXPECT_EQ(TextOf(data), "BuildVersion = \r\n\r\nQXCVersion = 102\r\n\r\nType = 1\r\n\r\nAgentName = e\r\n\r\n"
+                            "Description = d\r\n\r\nTime_Zone = a\r\n\r\n");
+}
+
+TEST(TaskText, EndsLinesButNoSections) {
+    VTaskData data("", true);
+    std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
+    EXPECT_TRUE(data.Deserialize(text, false));
+    EXPECT_FALSE(data.ParseLine("\",Files", false));
+    EXPECT_TRUE(data.ParseLine("Format = Full", false));
+    EXPECT_EQ(Value(data, keyLogFormat), "Full");
+    EXPECT_TRUE(VTaskData("", true).ParseLine("Description = x", false)) << "without a text before";
+}
+
+TEST(TaskText, IsRefusedAtALine) {
+    const struct {
+        std::string text;
+        int line; ///< 0 for a text that is accepted
+        int version;
+        int type;
+    } rows[] = {
+        {". {\n}\n}\nDescription = x", 0, 101, 1}, // takes two braces
+        {". {\n}\nDescription = x", 3, 101, 1},
+        {"Type = 4\nQXCVersion = 672", 2, 672, 4},
     };
-    MakeCalls("TaskData", calls);
+    for (const auto& row : rows) {
+        VTaskData data("", true);
+        EXPECT_EQ(data.GetErrorLine(), 0) << row.text;
+        std::string text = row.text;
+        EXPECT_EQ(data.Deserialize(text, false), row.line == 0) << row.text;
+        EXPECT_EQ(data.GetErrorLine(), row.line) << row.text;
+        EXPECT_EQ(data.GetVersion(), row.version) << row.text;
+        EXPECT_EQ(data.GetType(), row.type) << row.text;
+        text = "Type = 1";
+        EXPECT_TRUE(data.Deserialize(text, false)) << row.text;
+        EXPECT_EQ(data.GetErrorLine(), 0) << "that of the text before: " << row.text;
+    }
 }
 
-/// What a file of this text becomes when it is loaded and saved.
-std::string Resaved(const std::string& text) {
-    const TempDir dir;
-    WriteFile(dir / "file", text);
-    VTaskData data(dir / "file", true);
-    EXPECT_EQ(data.LoadFromFile("", false, "", false), 1) << "line " << data.GetErrorLine();
-    const long written = data.SaveToFile("");
-    EXPECT_EQ(written, static_cast<long>(fs::file_size(dir / "file")));
-    return ReadFile(dir / "file");
+TEST(TaskText, SideEffectsAreOnRequest) {
+    EXPECT_FALSE(VTaskData::extensionLoaded) << "at the start of the process";
+    setenv("ORACLE_HOME", "/before", 1);
+    VTaskData data("", true);
+    std::string text = "Oracle0.OraHome = /opt/o0\nOracle1.OraHome = /opt/o1\nPlugins = a.so";
+    EXPECT_TRUE(data.Deserialize(text, false));
+    EXPECT_STREQ(getenv("ORACLE_HOME"), "/before");
+    EXPECT_FALSE(VTaskData::extensionLoaded);
+    EXPECT_TRUE(data.Deserialize(text, true));
+    EXPECT_STREQ(getenv("ORACLE_HOME"), "/opt/o0");
+    EXPECT_TRUE(VTaskData::extensionLoaded);
+    text = "Plugins = b.so";
+    EXPECT_TRUE(data.Deserialize(text, true));
+    EXPECT_EQ(Value(data, keyPlugins), "b.so") << "follows the file, though the list was handed over";
+    VTaskData::extensionLoaded = false;
 }
 
-TEST(TaskFile, PairsAreRewrittenAndStayAsTheyAre) {
+class TaskFile : public ScratchTest {
+protected:
+    /// What a file of this text becomes when it is loaded and saved.
+    static std::string Resaved(const std::string& text) {
+        WriteFile("file", text);
+        VTaskData data("file", true);
+        EXPECT_EQ(data.LoadFromFile("", false, "", false), 1) << "line " << data.GetErrorLine();
+        const long written = data.SaveToFile("");
+        EXPECT_EQ(written, static_cast<long>(fs::file_size("file")));
+        return ReadFile("file");
+    }
+    static std::string WithLineFeeds(const std::string& text) {
+        return std::regex_replace(text, std::regex("\r\n"), "\n");
+    }
+};
+
+TEST_F(TaskFile, PairsAreRewrittenAndStay) {
     const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/pairs"), {});
-    EXPECT_GE(files.size(), 30U);
+    EXPECT_FALSE(files.empty());
     for (const fs::path& file : files) {
         const std::string text = ReadFile(file), name = file.stem().stem();
         const std::string out = ReadFile(TEST_DATA "/pairs/" + name + ".out.qxc");
         // Values with joints or leading blanks settle only when they are read again.
         const bool settles = name == "continuation" && text == out;
         EXPECT_EQ(Resaved(text), settles ? Resaved(Resaved(text)) : out) << file;
-        EXPECT_EQ(Resaved(std::regex_replace(text, std::regex("\r\n"), "\n")), Resaved(text)) << file;
+        EXPECT_EQ(Resaved(WithLineFeeds(text)), Resaved(text)) << file;
     }
+}
+
+TEST_F(TaskFile, BadOnesAreRefused) {
+    const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/bad"), {});
+    EXPECT_FALSE(files.empty());
+    for (const std::string path : files) {
+        const int number = std::stoi(fs::path(path).filename()); // of the line
+        std::istringstream lines(WithLineFeeds(ReadFile(path)));
+        std::string line, refused;
+        for (int i = 0; i < number; ++i) {
+            std::getline(lines, line);
+        }
+        batutil_LogOpen(".", "log", 1, false);
+        VTaskData data(path, true);
+        EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0) << path;
+        batutil_LogClose();
+        data.GetErrorLine(refused);
+        EXPECT_EQ(data.GetErrorLine(), number) << path;
+        EXPECT_EQ(refused, line) << path;
+        const std::string record = "syntax error " + path + ", line " + std::to_string(number) + ": " + line;
+        EXPECT_EQ(Records(ReadFile("log")).back(), "PARS 4456 E [" + record + "] [why]");
+    }
+}
+
+TEST_F(TaskFile, TooLargeOnesAreNotRead) {
+    constexpr std::uintmax_t limit = 64U << 20;
+    WriteFile("large", "Description = x\n//");
+    VTaskData data("large", true);
+    fs::resize_file("large", limit);
+    EXPECT_EQ(data.LoadFile("", true), 1);
+    fs::resize_file("large", limit + 1);
+    EXPECT_EQ(data.LoadFile("", true), -1) << "no syntax error";
+}
+
+TEST_F(TaskFile, SavingTellsWhatWasWritten) {
+    VTaskData data("", true);
+    data.SetString(keyDescription, "x", true);
+    const std::string text = TextOf(data);
+    const auto size = static_cast<long>(text.size());
+    for (const std::size_t before : {0U, 9U, 9000U, 3U << 20}) {
+        WriteFile("file", std::string(before, 'o'));
+        EXPECT_EQ(data.SaveToFile("file"), size) << "over " << before;
+        EXPECT_EQ(ReadFile("file"), text) << "over " << before;
+    }
+    EXPECT_EQ(data.SaveToFile("made"), size);
+    EXPECT_EQ(fs::status("made").permissions(), static_cast<fs::perms>(0644));
+    EXPECT_EQ(data.SaveToFile("/dev/null"), size);
+    EXPECT_EQ(data.SaveToFile("/dev/full"), 0);
+    EXPECT_EQ(data.SaveToFile("."), -1);
+    EXPECT_EQ(data.SaveToFile("no/file"), -1);
 }
 
 } // namespace

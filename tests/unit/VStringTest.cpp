@@ -1,97 +1,235 @@
 #include "Mis/VString.h"
-#include "tests/support/Calls.h"
+#include "tests/support/Thrown.h"
 
+#include <climits>
+#include <functional>
 #include <new>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 bool memoryIsOut = false;
 } // namespace
 
 // Only text blocks are allocated in this form.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept try {
     return memoryIsOut ? nullptr : ::operator new[](size);
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 namespace {
 
-using S = VString;
+using Change = std::function<void(VString&)>;
+using Block = std::vector<int>;
 
-VStringData* BlockOf(const VString& text) {
+const char* const null = nullptr;
+
+VStringData* HeaderOf(const VString& text) {
     return reinterpret_cast<VStringData*>(const_cast<char*>(static_cast<const char*>(text))) - 1;
 }
 
-std::string Shown(const VString& text) {
-    const VStringData* const block = BlockOf(text);
-    std::ostringstream out;
-    out << text << ' ' << block->nRefs << ' ' << block->nDataLength << ' ' << block->nAllocLength;
-    return text == vPchNil ? "nil" : out.str();
+/// How many texts share the block, the length of its text, and its room.
+Block BlockOf(const VString& text) {
+    return {HeaderOf(text)->nRefs, HeaderOf(text)->nDataLength, HeaderOf(text)->nAllocLength};
 }
 
-TEST(VString, SharesBlocksUntilTheyChange) {
+TEST(VString, EmptyTextsShareOneBlock) {
     VString text;
-    VString other;
-    const auto state = [&] { return Shown(text) + (other.IsEmpty() ? "" : ", " + Shown(other)); };
-    const Calls calls = {
-        {"shared", [&] { return Shown(GetEmptyString()); }},
-        {"is", {[&](const char* value) { text = S(value); }, state}},
-        {"fill", {[&](char c, int count) { text = S(c, count); }, state}},
-        {"share", {[&] { other = text; }, state}},
-        {"copy", {[&] { other = S(text); }, state}},
-        {"lock", {[&] { BlockOf(text)->nRefs = -1; }, state}},
-        {"assign", {[&](const char* value) { text = value; }, state}},
-        {"assignText", {[&](const char* value) { text = S(value); }, state}},
-        {"append", {[&](const char* value) { text += value; }, state}},
-        {"appendText", {[&](const char* value) { text += S(value); }, state}},
-        {"appendChar", {[&](char c) { text += c; }, state}},
-        {"twice", {[&] { text += text; }, state}},
-        {"clear", {[&] { text.Empty(); }, state}},
-        {"setAt", {[&](int at, char c) { text.SetAt(at, c); }, state}},
-        {"upper", {[&] { text.MakeUpper(); }, state}},
-        {"trimLeft", {[&] { text.TrimLeft(); }, state}},
-        {"trimRight", {[&] { text.TrimRight(); }, state}},
-        {"cut", {[&](int first) { text = text.Mid(first); }, state}},
-        {"skip", {[&](int first) { text = static_cast<const char*>(text) + first; }, state}},
-        {"reserve", {[&](int size) { text.GetBuffer(size); }, state}},
-        {"write", {[&](int at, char c) { text.GetBuffer(0)[at] = c; }, state}},
-        {"release", {[&](int length) { text.ReleaseBuffer(length); }, state}},
-        {"freeExtra", {[&] { text.FreeExtra(); }, state}},
-        {"findText", [&](const char* part) { return text.Find(part); }},
-        {"plusNull", [&] { text + static_cast<const char*>(nullptr); }},
-        {"nullPlus", [&] { static_cast<const char*>(nullptr) + text; }},
-        {"memoryIsOut", [](bool isOut) { memoryIsOut = isOut; }},
-        {"state", state},
-    };
-    MakeCalls("VString", calls);
+    const VString copy(text);
+    text = copy;
+    text = "";
+    text.ReleaseBuffer();
+    text.Empty();
+    text += copy;
+    for (const VString& empty : {text, copy, VString(null), VString('x', -1), VString('x', 0), GetEmptyString()}) {
+        EXPECT_EQ(static_cast<const char*>(empty), vPchNil);
+    }
+    EXPECT_EQ(BlockOf(text), (Block{-1, 0, 0}));
 }
 
-/// The text with what may stand behind its first zero byte.
-std::string Whole(const VString& text) {
-    return {text, static_cast<std::size_t>(text.GetLength())};
+TEST(VString, ChangesLeaveTheOriginalAlone) {
+    const std::pair<const char*, Change> rows[] = {
+        {"Xab ", [](VString& s) { s.SetAt(0, 'X'); }},
+        {" AB ", [](VString& s) { s.MakeUpper(); }},
+        {"ab ", [](VString& s) { s.TrimLeft(); }},
+        {" ab", [](VString& s) { s.TrimRight(); }},
+        {"ab ", [](VString& s) { s = s.Mid(1); }},
+        {"b ", [](VString& s) { s = static_cast<const char*>(s) + 2; }},
+        {" ab !", [](VString& s) { s += '!'; }},
+        {" ab  ab ", [](VString& s) { s += s; }},
+        {"Z", [](VString& s) { *s.GetBuffer(0) = 'Z', s.ReleaseBuffer(1); }},
+        {"", [](VString& s) { s.Empty(); }},
+        {"", [](VString& s) { s = VString(); }},
+    };
+    for (const auto& [expected, change] : rows) {
+        const VString original(" ab ");
+        VString copy;
+        copy = original;
+        EXPECT_EQ(BlockOf(copy), (Block{2, 4, 4})) << "before it becomes '" << expected << "'";
+        change(copy);
+        EXPECT_STREQ(copy, expected);
+        EXPECT_STREQ(original, " ab ") << "the original of '" << expected << "'";
+        EXPECT_EQ(BlockOf(original), (Block{1, 4, 4})) << "the original of '" << expected << "'";
+    }
+}
+
+TEST(VString, BlocksHaveTheExactSize) {
+    VString text("abc");
+    text += "de";
+    EXPECT_EQ(BlockOf(text), (Block{1, 5, 5}));
+    const char* const exact = text;
+    text.SetAt(4, 'f');
+    text.FreeExtra();
+    EXPECT_EQ(static_cast<const char*>(text), exact) << "nothing to free";
+    text.TrimRight();
+    EXPECT_EQ(BlockOf(VString('x', 1)), (Block{1, 1, 1}));
+}
+
+TEST(VString, ReservedRoomIsKept) {
+    VString text("abcde");
+    const char* const reserved = text.GetBuffer(100);
+    text += text;
+    EXPECT_EQ(BlockOf(text), (Block{1, 10, 100}));
+    text = reserved + 5;
+    EXPECT_EQ(static_cast<const char*>(text), reserved) << "a part of itself";
+    EXPECT_STREQ(text, "abcde");
+    VString copy(text);
+    copy += "!";
+    EXPECT_EQ(BlockOf(text), (Block{1, 5, 100})) << "a shared block is not appended to";
+    copy = text;
+    copy += "";
+    EXPECT_EQ(BlockOf(copy), (Block{2, 5, 100}));
+    copy.GetBuffer(50);
+    EXPECT_EQ(BlockOf(copy), (Block{1, 5, 50}));
+    copy.FreeExtra();
+    EXPECT_EQ(BlockOf(copy), (Block{1, 5, 5}));
+    text.GetBuffer(0)[3] = '\0';
+    text.ReleaseBuffer();
+    EXPECT_EQ(BlockOf(text), (Block{1, 3, 3}));
+    text = "";
+    EXPECT_EQ(BlockOf(text), (Block{1, 0, 3})) << "an assignment keeps the block";
+}
+
+TEST(VString, LockedBlocksAreNeverShared) {
+    VString locked("abc"), assigned;
+    HeaderOf(locked)->nRefs = -1;
+    assigned = locked;
+    EXPECT_EQ(BlockOf(assigned), (Block{1, 3, 3}));
+    EXPECT_EQ(BlockOf(VString(locked)), (Block{1, 3, 3}));
+    locked = VString("xy");
+    EXPECT_EQ(BlockOf(locked), (Block{-1, 2, 3})) << "takes characters, not a block";
+    locked.Empty();
+    EXPECT_EQ(BlockOf(locked), (Block{-1, 0, 3}));
+    EXPECT_STREQ(assigned, "abc");
 }
 
 TEST(VString, GivesPartsAndPlaces) {
-    const VString abc = "abc";
-    const Calls calls = {
-        {"mid", [&](int first) { return Whole(abc.Mid(first)); }},
-        {"midUpTo", [&](int first, int count) { return Whole(abc.Mid(first, count)); }},
-        {"left", [&](int count) { return Whole(abc.Left(count)); }},
-        {"right", [&](int count) { return Whole(abc.Right(count)); }},
-        {"find", [&](char c, int start) { return abc.Find(c, start); }},
-        {"findEnd", [&] { return abc.Find('\0'); }},
-        {"findText", [&](const char* text) { return abc.Find(text); }},
-        {"join", [&](const char* text) { return Whole(text + abc + '!' + abc + text); }},
-        {"compare", qx_stricmp},
-        {"format",
-         [](const char* format, const char* first, const char* second) {
-             VString text(format);
-             std::string word(second == nullptr ? "" : second);
-             const int result = VStringFormat(text, first, second == nullptr ? nullptr : word.data());
-             return std::to_string(result) + ' ' + std::string(text);
-         }},
+    const VString abc("abc");
+    EXPECT_STREQ(abc.Mid(5), "");
+    EXPECT_STREQ(abc.Mid(INT_MIN), "abc");
+    EXPECT_STREQ(abc.Mid(2, INT_MAX), "c");
+    EXPECT_STREQ(abc.Mid(-5, 2), "ab");
+    EXPECT_STREQ(abc.Mid(1, -1), "");
+    EXPECT_STREQ(abc.Left(-1), "");
+    EXPECT_STREQ(abc.Left(2), "ab");
+    EXPECT_STREQ(abc.Left(10), "abc");
+    EXPECT_STREQ(abc.Right(2), "bc");
+    EXPECT_STREQ(abc.Right(10), "abc");
+    EXPECT_STREQ(">" + abc + '!' + abc + "<", ">abc!abc<");
+    EXPECT_EQ(abc.Find('b', 1), 1);
+    EXPECT_EQ(abc.Find('b', 2), -1);
+    EXPECT_EQ(abc.Find('\0'), 3);
+    EXPECT_EQ(abc.Find("bc"), 1);
+    EXPECT_EQ(abc.Find("cb"), -1);
+}
+
+TEST(VString, TrimsWhiteSpaceOnly) {
+    VString left(" \t\v\f\r\n x \n"), right(left), kept("\xA0x\xA0 \x7F");
+    left.TrimLeft(), right.TrimRight(), kept.TrimLeft(), kept.TrimRight();
+    EXPECT_STREQ(left, "x \n");
+    EXPECT_STREQ(right, " \t\v\f\r\n x");
+    EXPECT_STREQ(kept, "\xA0x\xA0 \x7F");
+    EXPECT_EQ(BlockOf(right), (Block{1, 8, 10}));
+}
+
+TEST(VString, KeepsItsTextWithoutMemory) {
+    const std::pair<const char*, Change> rows[] = {
+        {"VSTR-E-4109: 2147483659", [](VString& s) { s.GetBuffer(INT_MAX - 1); }},
+        {"VSTR-E-4109: 19", [](VString& s) { s = "longer"; }},
+        {"VSTR-E-4109: 16", [](VString& s) { s.SetAt(0, 'X'); }},
     };
-    MakeCalls("Texts", calls);
+    for (const auto& [expected, change] : rows) {
+        VString text("abc");
+        const VString other(text);
+        memoryIsOut = true;
+        const std::string error = Thrown([&text, &action = change] { action(text); });
+        memoryIsOut = false;
+        EXPECT_EQ(error, expected);
+        EXPECT_STREQ(text, "abc") << expected;
+        EXPECT_EQ(BlockOf(text), (Block{2, 3, 3})) << expected;
+    }
+}
+
+TEST(VStringDeathTest, MisuseStopsTheProcess) {
+    const std::pair<const char*, Change> rows[] = {
+        {"IsValidString(lpsz)", [](VString& s) { s = null; }},
+        {"IsValidString(lpsz)", [](VString& s) { s += null; }},
+        {"IsValidString(lpsz)", [](VString& s) { s + null; }},
+        {"IsValidString(lpsz)", [](VString& s) { null + s; }},
+        {"IsValidString(lpszSub)", [](VString& s) { s.Find(null); }},
+        {"nMinBufLength >= 0", [](VString& s) { s.GetBuffer(-1); }},
+        {"(2147483647 - 1)", [](VString& s) { s.GetBuffer(INT_MAX); }},
+        {"nNewLength <= GetData()->nAllocLength", [](VString& s) { s.ReleaseBuffer(4); }},
+        {"nIndex >= 0", [](VString& s) { s.SetAt(-1, 'x'); }},
+        {"nIndex < GetData()->nDataLength", [](VString& s) { s.SetAt(3, 'x'); }},
+    };
+    for (const auto& [assertion, misuse] : rows) {
+        VString text("abc");
+        EXPECT_DEATH(misuse(text), testing::AllOf(testing::HasSubstr(": Mis/VString."),
+                                                  testing::HasSubstr(std::string(assertion) + "' failed")));
+    }
+}
+
+TEST(VString, ComparesWithoutCase) {
+    using Row = std::tuple<const char*, const char*, int>;
+    for (const auto& [a, b, order] : {
+             Row("", "", 0),
+             Row("aBc", "AbC", 0),
+             Row("a", "B", -1),
+             Row("abc", "AB", 1),
+             Row("Z", "[", 1),
+             Row("_", "A", -1),
+             Row("\xE9", "a", -1), // bytes above 0x7F come before all others
+             Row("", "\x80", 1),
+             Row("\xC4", "\xE4", -1),
+         }) {
+        EXPECT_EQ(qx_stricmp(a, b), order) << a << ' ' << b;
+    }
+}
+
+TEST(VString, FormatsTwoTextsOrNothing) {
+    const struct {
+        const char* format;
+        const char* first;
+        int result;
+        const char* expected;
+    } rows[] = {
+        {"none", "a", 0, "none"},
+        {"one %s", "a", 0, "one %s"},
+        {"<%s, %s>", "a", 1, "<a, b>"},
+        {"%s%s %s", "%s", 1, "%sb %s"},
+        {"%%s %s", "a", 1, "%s b"},
+        {"5%% of %s, 5%% of %s, 5%%", "a", 1, "5% of a, 5% of b, 5%%"},
+        {"%s and %s", nullptr, 1, "(null) and (null)"},
+    };
+    for (const auto& [format, first, result, expected] : rows) {
+        VString text(format);
+        char second[] = "b";
+        EXPECT_EQ(VStringFormat(text, first, first == nullptr ? nullptr : second), result) << format;
+        EXPECT_STREQ(text, expected) << format;
+    }
 }
 
 } // namespace
