@@ -66,7 +66,7 @@ public:
     /// Returns: false when writing failed; true also for a record that is not to be written.
     bool Log(std::string* text, MessageSeverity severity) override;
 
-    /// Without options, records go to the console.
+    /// Without options, records go to the open run log, or to the console if none is open.
     void AttachLogFile(logopt* options) noexcept;
     /// Returns: the options that were attached, null for none.
     logopt* DetachLogFile() noexcept;
@@ -122,8 +122,8 @@ public:
     /// Adds a copy of a cause, which is written inside this record.
     void AddChild(const Message& child);
 
-    /// Writes the record through `logger`, or through s_defaultLogger when that is null. With neither it goes to the
-    /// console, and while logging is off nowhere.
+    /// Writes the record through `logger`, or through s_defaultLogger when that is null. With neither it goes where a
+    /// FileLogger without options writes, and while logging is off nowhere.
     int Log(Logger* logger);
 
     /// Logs a record through s_defaultLogger, as log_if_set does.
