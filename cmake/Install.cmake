@@ -25,7 +25,9 @@ install(DIRECTORY examples DESTINATION ${docs} COMPONENT Program
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE
   REGEX "\\.[a-z]+$|/triggers$" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 file(GLOB manuals CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} man/*.[1-9])
-foreach(manual ${manuals} ${keys_page})
+# The build has the page with its table.
+list(REMOVE_ITEM manuals man/PlugSetter.8)
+foreach(manual ${manuals} ${keys_page} ${records_page})
   get_filename_component(name ${manual} NAME)
   string(REGEX MATCH "[1-9]$" section ${manual})
   compress(${manual} ${name} ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT Program)
