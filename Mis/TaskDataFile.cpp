@@ -11,12 +11,9 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdint>
 #include <utility>
 
 namespace {
-
-constexpr std::uint64_t largestFile = 64ULL * 1024 * 1024;
 
 /// The type of a text until its header lines say otherwise.
 constexpr int firstType = 1;
@@ -34,7 +31,7 @@ int VTaskData::LoadFromFile(std::string name, bool showError, const char* contex
 int VTaskData::LoadFile(std::string name, bool applySideEffects) {
     const std::string& path = name.empty() ? m_fileName : name;
     FileContent content;
-    if (sys_readFile(path.c_str(), largestFile, content) < 1) {
+    if (sys_readFile(path.c_str(), largestTaskFile, content) < 1) {
         return -1;
     }
     return DeserializeText(content.Text(), applySideEffects) ? 1 : 0;

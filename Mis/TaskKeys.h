@@ -7,6 +7,9 @@
 inline constexpr int firstFormatVersion = 101;
 inline constexpr int lastFormatVersion = 671;
 
+/// A file of more bytes is not loaded.
+inline constexpr unsigned long largestTaskFile = 64UL * 1024 * 1024;
+
 enum TaskKey : int {
     keyType = 11,           ///< "Type", a header value
     keyBuildVersion = 12,   ///< "BuildVersion", a header value

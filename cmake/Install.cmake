@@ -18,6 +18,9 @@ function(compress source name destination)
 endfunction()
 
 install(TARGETS PlugSetter DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Program)
+if(TARGET qxc)
+  install(TARGETS qxc DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Program)
+endif()
 install(FILES README.md packaging/copyright DESTINATION ${docs} COMPONENT Program)
 install(DIRECTORY docs DESTINATION ${docs} COMPONENT Program)
 # The permissions of a checkout depend on who made it.
@@ -27,6 +30,9 @@ install(DIRECTORY examples DESTINATION ${docs} COMPONENT Program
 file(GLOB manuals CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} man/*.[1-9])
 # The build has the page with its table.
 list(REMOVE_ITEM manuals man/PlugSetter.8)
+if(NOT TARGET qxc)
+  list(REMOVE_ITEM manuals man/qxc.1)
+endif()
 foreach(manual ${manuals} ${keys_page} ${records_page})
   get_filename_component(name ${manual} NAME)
   string(REGEX MATCH "[1-9]$" section ${manual})

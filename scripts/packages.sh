@@ -1,7 +1,7 @@
 # Sourced by the other scripts: need PACKAGE... makes sure that Debian packages are there.
 
-build_packages="g++ cmake ninja-build libssl-dev"
-test_packages="libgtest-dev libgmock-dev libexpat1-dev"
+build_packages="g++ cmake ninja-build libssl-dev libexpat1-dev nlohmann-json3-dev"
+test_packages="libgtest-dev libgmock-dev"
 
 missing_packages() {
     for package in "$@"; do

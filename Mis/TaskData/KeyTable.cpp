@@ -60,7 +60,7 @@ template <class Fits> const _TOInfo* FirstRow(int id, Fits fits) {
 /// True when `name` matches the part of a row's name that `part` takes. Headings are no keys.
 template <class Part> bool AnyKey(std::string_view name, Part part) {
     const std::string_view word = FirstWord(txccl::string::CropEnd(name));
-    return std::any_of(taskOptions, taskOptions + taskOptionCount, [word, part](const _TOInfo& row) {
+    return !word.empty() && std::any_of(taskOptions, taskOptions + taskOptionCount, [word, part](const _TOInfo& row) {
         int index = 0;
         return *row.keyName != '#' && MatchWord(word, part(row.keyName), &index);
     });

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// A record of a run log.
+struct LogRecord {
+    std::string module; ///< four letters
+    int number = 0;
+    char severity = '\0';
+    std::string
+        time; ///< of the form "2010-11-13T02:31:00.05+00:00", whose first digit of hundredths is a blank in the log
+    std::vector<std::string> parameters;
+};
+
+/// Reads a line of a log. Returns: none when it is not one whole record.
+std::optional<LogRecord> readRecord(std::string_view line);

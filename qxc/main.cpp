@@ -1,0 +1,5 @@
+#include "qxc/CommandLine.h"
+
+int main(int argc, char** argv) {
+    return runQxc(argc, argv);
+}
