@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qxc/CommandLine.h"
+#include "qxc/Request.h"
 
 /// The commands that ask about a configuration. One that cannot be loaded is answerNo to checkFiles and answerUnknown
 /// to the others.
