@@ -151,7 +151,7 @@ VI18NError::VI18NError(long module, int number, S severity, P p1, P p2, P p3) : 
     Severity(severity);
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): that of VError looks
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): CopyFrom looks
 VI18NError& VI18NError::operator=(const VI18NError& other) {
     VError::operator=(other);
     return *this;

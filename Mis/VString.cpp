@@ -54,11 +54,12 @@ VString::VString(const VString& other) : VString() {
     ++GetData()->nRefs;
 }
 
-VString::VString(const char* text) : VString() {
-    const int length = text == nullptr ? 0 : Length(text);
+VString::VString(const char* text) : VString(text, text == nullptr ? 0 : static_cast<std::size_t>(Length(text))) {}
+
+VString::VString(const char* text, std::size_t length) : VString() {
     if (length > 0) {
-        AllocBuffer(length);
-        std::memcpy(m_pchData, text, static_cast<std::size_t>(length));
+        AllocBuffer(static_cast<int>(length));
+        std::memcpy(m_pchData, text, length);
     }
 }
 
@@ -251,9 +252,7 @@ VString VString::Mid(int first, int count) const {
     const int nLength = GetLength();
     first = std::clamp(first, 0, nLength);
     count = std::clamp(count, 0, nLength - first);
-    VString part;
-    AllocCopy(part, count, first);
-    return part;
+    return {m_pchData + first, static_cast<std::size_t>(count)};
 }
 
 VString VString::Left(int count) const {
@@ -313,13 +312,6 @@ VStringData* VString::AllocBeforeWrite(int nLen) {
     }
     assert(GetData()->nRefs <= 1);
     return pOldData;
-}
-
-void VString::AllocCopy(VString& dest, int nCopyLen, int nCopyIndex) const {
-    VStringData* pOldData = dest.GetData();
-    dest.AllocBuffer(nCopyLen);
-    std::memcpy(dest.m_pchData, m_pchData + nCopyIndex, static_cast<std::size_t>(nCopyLen));
-    Release(pOldData);
 }
 
 void VString::AssignCopy(int nSrcLen, const char* src) {

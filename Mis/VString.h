@@ -83,6 +83,8 @@ public:
     friend VString operator+(const VString& left, char ch);
 
 private:
+    VString(const char* text, std::size_t length);
+
     VStringData* GetData() const {
         // Spelled __null so that the message of a failed assertion stays the same.
         assert(m_pchData != __null);
@@ -100,7 +102,6 @@ private:
     /// Makes room for nLen characters; the old text may be lost. Returns: the block to release once the new text is in
     /// place, vDataNil for none.
     VStringData* AllocBeforeWrite(int nLen);
-    void AllocCopy(VString& dest, int nCopyLen, int nCopyIndex) const;
     void AssignCopy(int nSrcLen, const char* src);
     void ConcatCopy(int n1, const char* s1, int n2, const char* s2);
     void ConcatInPlace(int nSrcLen, const char* src);
