@@ -42,6 +42,17 @@ TEST(Error, HasValueTextOrDetail) {
     EXPECT_FALSE(none.IsError());
 }
 
+TEST(Error, IsAssignedByCopyFrom) {
+    struct Counting : VI18NError {
+        void CopyFrom(VError*) override { ++copies; }
+        int copies = 0;
+    } error;
+    const Counting& itself = error;
+    static_cast<VError&>(error) = itself;
+    static_cast<VI18NError&>(error) = itself;
+    EXPECT_EQ(error.copies, 2);
+}
+
 TEST(ErrorDeathTest, MisuseStopsTheProcess) {
     EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
     EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
@@ -121,6 +132,13 @@ TEST_F(LogTest, IsWrittenRecordByRecord) {
         Message::LogMsg(1, "UTIL", SeverityError);
         ASSERT_EQ(Lines().size(), records);
     }
+}
+
+TEST_F(LogTest, TakesRecordsWithoutALogger) {
+    ASSERT_TRUE(Open());
+    Message::s_defaultLogger = nullptr;
+    Message::LogMsg(7, "UTIL", SeverityError);
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7 E"));
 }
 
 TEST_F(LogTest, FollowsAsManyLinksAsTheSystem) {

@@ -4,6 +4,7 @@
 #include "Mis/Log.h"
 #include "Mis/VError.h"
 
+#include <climits>
 #include <cstring>
 #include <ctime>
 #include <utility>
@@ -97,6 +98,17 @@ TEST(Message, HoldsParametersAndCauses) {
     outer.AddChild(inner);
     EXPECT_EQ(outer.GetString(), head + "<P T=\"3\">-3</P><P T=\"1\">" + xml + "</P><P T=\"3\">4000000000</P>" +
                                      "<P T=\"0\"></P></PS><MS>" + xml + "</MS></M>\n");
+}
+
+TEST(Message, TakesWhatCallersPass) {
+    const std::string piece = item_open_xml;
+    EXPECT_EQ(piece + (item_open_xml + tag_param + item_space), "<<P ");
+    const Message message(1, "UTIL", SeverityError);
+    EXPECT_EQ(MessageParameter(message).GetValue(), message.CreateMessageElement());
+    EXPECT_EQ(MessageParameter(Message(1, "UTIL", SeverityError)).GetType(), ParameterMessage);
+    EXPECT_EQ(Parameter(-3LL).GetValue() + Parameter(sizeof(int)).GetXMLHeader(), "-3<P T=\"3\">");
+    EXPECT_EQ(VI18NError(60, 7947, VString("v"), std::string("s"), ULLONG_MAX).what(),
+              "UTIL-E-7947: v, s, " + std::to_string(ULLONG_MAX));
 }
 
 TEST(Message, SeveritiesHaveLetters) {

@@ -214,6 +214,34 @@ TEST(TaskData, TextIgnoresOrderOfAdding) {
     EXPECT_EQ(order, "<213><20401><20410><63552><81001><81002><212>");
 }
 
+// A value without a name was written without its " = ", so that the file could not be read again.
+TEST(TaskData, NotAllThatIsSetReadsBack) {
+    const struct {
+        int type;
+        int key;
+        const char* value;
+        std::string lines;
+        bool isReadable;
+    } rows[] = {
+        {4, 800, "v", " = v", true},
+        {4, 800, "", " = ", true},
+        {1, keyType, "2", "Type = 2", true},
+        {1, keyFormatVersion, "672", "QXCVersion = 672", false},
+        {1, keyDescription, "a\r\nType = 2", "Description = a\r\nType = 2", true},
+        {1, keyDescription, "a\nb", "Description = a\nb", false},
+        {1, keyUnnamed, "v", " = v", false},
+        {4, keyUnnamed, "v", " = v", true}, // as key 800
+    };
+    for (const auto& row : rows) {
+        VTaskData data("", true);
+        data.SetType(row.type);
+        EXPECT_EQ(data.SetRaw(row.key, row.value, true), 1) << row.lines;
+        std::string text = TextOf(data);
+        EXPECT_THAT(text, testing::EndsWith("\r\n\r\n" + row.lines + "\r\n\r\n"));
+        EXPECT_EQ(VTaskData("", true).Deserialize(text, false), row.isReadable) << text;
+    }
+}
+
 TEST(TaskData, IsSignedByItsText) {
     VTaskData data(VString("file.qxc"), true);
     data.SetString(keyDescription, "x", true);
@@ -255,6 +283,13 @@ TEST(TaskText, IsRefusedAtALine) {
         {". {\n}\n}\nDescription = x", 0, 101, 1}, // takes two braces
         {". {\n}\nDescription = x", 3, 101, 1},
         {"Type = 4\nQXCVersion = 672", 2, 672, 4},
+        {"Type = +4", 0, 101, 4},
+        {"Type = -4 and more", 0, 101, -4},
+        {"Type = +-4", 0, 101, 0},
+        {"Type = 99999999999", 0, 101, INT_MAX},
+        {"Type = -99999999999", 0, 101, INT_MIN},
+        {"QXCVersion = +102", 0, 0, 1},
+        {"QXCVersion = -102", 0, 0, 1},
     };
     for (const auto& row : rows) {
         VTaskData data("", true);
