@@ -13,3 +13,13 @@ template <class Action> std::string Thrown(const Action& action) {
     }
     return "nothing";
 }
+
+/// An error that is no message record.
+struct PlainError : VError {
+    PlainError() { ++alive; }
+    PlainError(const PlainError& other) : VError(other) { ++alive; }
+    ~PlainError() override { --alive; }
+    void LogShow(logopt*, VString) override {}
+    VError* Clone() override { return new PlainError(*this); }
+    static inline int alive = 0;
+};

@@ -34,7 +34,6 @@ TEST(Message, HeadersHoldWhatIsSet) {
         std::string attributes;
     } rows[] = {
         {"", "", "", "", common},
-        {"o", "", "", "", " O=\"o\"" + common},
         {"o", "c", "", "", " O=\"o\" C=\"c\"" + common},
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
@@ -100,17 +99,6 @@ TEST(Message, HoldsParametersAndCauses) {
                                      "<P T=\"0\"></P></PS><MS>" + xml + "</MS></M>\n");
 }
 
-TEST(Message, TakesWhatCallersPass) {
-    const std::string piece = item_open_xml;
-    EXPECT_EQ(piece + (item_open_xml + tag_param + item_space), "<<P ");
-    const Message message(1, "UTIL", SeverityError);
-    EXPECT_EQ(MessageParameter(message).GetValue(), message.CreateMessageElement());
-    EXPECT_EQ(MessageParameter(Message(1, "UTIL", SeverityError)).GetType(), ParameterMessage);
-    EXPECT_EQ(Parameter(-3LL).GetValue() + Parameter(sizeof(int)).GetXMLHeader(), "-3<P T=\"3\">");
-    EXPECT_EQ(VI18NError(60, 7947, VString("v"), std::string("s"), ULLONG_MAX).what(),
-              "UTIL-E-7947: v, s, " + std::to_string(ULLONG_MAX));
-}
-
 TEST(Message, SeveritiesHaveLetters) {
     const std::string letters = "DIWEFS";
     for (std::size_t i = 0; i < letters.size(); ++i) {
@@ -146,8 +134,19 @@ TEST(Message, FailuresGoToStandardError) {
                     testing::StartsWith("Message not logged: " + message.GetString() + "Stack: "));
     }
     Logger* const before = std::exchange(Message::s_defaultLogger, &failing);
+    testing::internal::CaptureStderr();
     EXPECT_NO_THROW(VI18NError(60, 7948, SeverityError).LogShow(SeverityFatal));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("<M ID=\"7948\" C=\"UTIL\" S=\"F\""));
     Message::s_defaultLogger = before;
+}
+
+TEST(Message, TakesFormsThatCallersWrite) {
+    EXPECT_EQ("" + item_open_xml + tag_param + item_space, "<P ");
+    const Message message(1, "UTIL", SeverityError);
+    EXPECT_EQ(MessageParameter(message).GetValue(), message.CreateMessageElement());
+    EXPECT_EQ(MessageParameter(Message(1, "UTIL", SeverityError)).GetType(), ParameterMessage);
+    EXPECT_EQ(Parameter(3LL).GetValue() + Parameter(ULLONG_MAX).GetXMLHeader(), "3<P T=\"3\">");
+    EXPECT_EQ(VI18NError(60, 7947, VString("v"), std::string("s")).what(), "UTIL-E-7947: v, s");
 }
 
 } // namespace
