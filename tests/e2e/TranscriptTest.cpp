@@ -32,14 +32,19 @@ std::string Shown(const std::string& output, const std::string& status) {
 
 /// What a shell prints that finds the tool by its name.
 std::string Played(const std::string& script) {
+    const std::string seconds = std::to_string(timeLimit - 10);
     const std::string tools = fs::path(TOOL).parent_path();
     const std::string setting =
         "export PATH='" + tools + "':/usr/bin:/bin LC_ALL=C DATA=../data NODE=" + NodeName() + "\n";
     // When the time is up, this also ends what the shell has started.
     const auto shell = [&] {
-        return execl("/usr/bin/timeout", "timeout", "50", "/bin/sh", "-c", (setting + script).c_str(), nullptr);
+        return execl("/usr/bin/timeout", "timeout", seconds.c_str(), "/bin/sh", "-c", (setting + script).c_str(),
+                     nullptr);
     };
-    return Child(shell).Wait().output;
+    const Outcome outcome = Child(shell).Wait();
+    constexpr int timeIsUp = 124;
+    EXPECT_NE(outcome.status, timeIsUp) << "the session took more than " << seconds << " seconds";
+    return outcome.output;
 }
 
 class Transcript : public testing::TestWithParam<fs::path> {};

@@ -21,7 +21,7 @@ void SetUsualProcess() {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     umask(022);
-    alarm(60);
+    alarm(timeLimit);
 }
 
 } // namespace

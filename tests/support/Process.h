@@ -15,7 +15,10 @@ struct Outcome {
     std::string output;
 };
 
-/// A process of its own that runs `program` and ends with what that returns. After a minute SIGALRM ends it.
+/// Seconds until SIGALRM ends a process that a test has started. An emulator gets more.
+inline constexpr unsigned timeLimit = TIME_LIMIT;
+
+/// A process of its own that runs `program` and ends with what that returns.
 class Child {
 public:
     explicit Child(const std::function<int()>& program);
