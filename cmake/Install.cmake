@@ -1,4 +1,5 @@
-# What `cmake --install` puts where. Components: Program, Development, and Debian, which only that package holds.
+# What `cmake --install` puts where. Components: Program and Development; Debian, which only that package holds; and Objects,
+# an archive of its own.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -21,8 +22,14 @@ install(TARGETS PlugSetter DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Progra
 if(TARGET qxc)
   install(TARGETS qxc DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Program)
 endif()
-install(FILES README.md packaging/copyright DESTINATION ${docs} COMPONENT Program)
-install(DIRECTORY docs DESTINATION ${docs} COMPONENT Program)
+# An installed README speaks of what is installed.
+add_custom_command(OUTPUT README.md
+  COMMAND sed "/^<!-- sources -->/,/^<!-- .sources -->/d" ${CMAKE_CURRENT_SOURCE_DIR}/README.md > README.md
+  DEPENDS README.md VERBATIM)
+add_custom_target(Readme ALL DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/README.md)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/README.md DESTINATION ${docs} COMPONENT Program)
+install(FILES docs/reliability.md DESTINATION ${docs}/docs COMPONENT Program)
+install(FILES docs/library.md DESTINATION ${docs}/docs COMPONENT Development)
 # The permissions of a checkout depend on who made it.
 install(DIRECTORY examples DESTINATION ${docs} COMPONENT Program
   FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE
@@ -40,11 +47,9 @@ foreach(manual ${manuals} ${keys_page} ${records_page})
 endforeach()
 compress(CHANGELOG.md changelog ${docs} COMPONENT Program)
 if(PLUGSETTER_STATIC STREQUAL ALL)
-  # Of the works that are linked in. Elsewhere than on Debian their texts are not at hand.
-  install(FILES /usr/share/common-licenses/Apache-2.0 /usr/share/common-licenses/LGPL-2.1
-    DESTINATION ${docs}/licenses COMPONENT Program)
-  install(FILES /usr/share/doc/libc6-dev/copyright RENAME libc DESTINATION ${docs}/licenses COMPONENT Program)
-  install(FILES /usr/share/doc/libssl-dev/copyright RENAME libcrypto DESTINATION ${docs}/licenses COMPONENT Program)
+  include(cmake/Licenses.cmake)
+else()
+  install(FILES packaging/copyright DESTINATION ${docs} COMPONENT Program)
 endif()
 
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/AgentClient)

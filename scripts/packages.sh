@@ -11,6 +11,12 @@ missing_packages() {
 }
 
 need() {
+    command -v dpkg-query >/dev/null || {
+        echo "This script is for Debian, whose packages it installs. Elsewhere install a compiler of C++20, CMake 3.25, Ninja," >&2
+        echo "libcrypto with its headers and, for the tests, GoogleTest and Expat. Then:" >&2
+        echo "cmake --preset release && cmake --build --preset release && ctest --preset release" >&2
+        exit 1
+    }
     missing=$(missing_packages "$@" | tr '\n' ' ')
     [ -n "$missing" ] || return 0
     if [ "$(id -u)" -ne 0 ]; then
@@ -26,8 +32,8 @@ need() {
     } >&2
 }
 
-# make_root SUITE makes $root, a fresh Debian of that suite. Fails where nobody may make one. Not below /tmp, which may hold no
-# devices.
+# make_root SUITE [PACKAGE] makes $root, a fresh Debian of that suite. Fails where nobody may make one. Not below /tmp, which may
+# hold no devices.
 make_root() {
     root=$(mktemp -d /var/tmp/root.XXXXXX)
     if ! { mknod "$root/null" c 1 3 && : >"$root/null" && unshare -m true && chroot / true; } 2>/dev/null; then
@@ -36,6 +42,6 @@ make_root() {
     fi
     rm "$root/null"
     need debootstrap
-    debootstrap --variant=minbase "$1" "$root" >"$root.log" || { cat "$root.log"; rm -rf "$root" "$root.log"; exit 1; }
+    debootstrap --variant=minbase ${2:+--include="$2"} "$1" "$root" >"$root.log" || { cat "$root.log"; rm -rf "$root" "$root.log"; exit 1; }
     rm "$root.log"
 }
