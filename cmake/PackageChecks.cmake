@@ -19,6 +19,9 @@ if(NOT tool)
   message(FATAL_ERROR "Without ${tool_${CPACK_GENERATOR}} (package ${source_${CPACK_GENERATOR}}) the package would "
     "lack its dependencies or could not be made at all")
 endif()
+if(NOT CPACK_PLUGSETTER_HAS_QXC)
+  message(FATAL_ERROR "The build has no qxc, which every package holds; what it lacks is said when it is configured")
+endif()
 # What only this kind of package holds.
 if(CPACK_GENERATOR STREQUAL DEB)
   list(GET CPACK_INSTALL_CMAKE_PROJECTS 0 build)
