@@ -5,6 +5,7 @@
 #include "tests/support/ScratchTest.h"
 #include "tests/support/Thrown.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -156,6 +157,7 @@ TEST_F(LogTest, GoesOnAboveTheLimit) {
     EXPECT_TRUE(Open("log", true));
     std::string line(32768 - ReadFile("log-1.XLOG").size() - stamp, 'x');
     gui_show(0, line.data());
+    EXPECT_EQ(fs::file_size("log-1.XLOG"), 32768U) << "all is written out";
     EXPECT_EQ(currLogFileNo, 0) << "exactly at the limit";
     EXPECT_THAT(Lines("log-1.XLOG").back(), testing::MatchesRegex("\\?[A-Z][a-z]{2}[0-9]{2} [0-9]{2}:[0-9]{2} x+"));
     gui_show(0, line.data());

@@ -37,7 +37,8 @@ TEST(Message, HeadersHoldWhatIsSet) {
         {"o", "c", "", "", " O=\"o\" C=\"c\"" + common},
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
-        {"<\"\t", "c", "u", "&", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"u\" F=\"&amp;\""},
+        {"", "", "u", "", common + " U=\"u\" F=\"\""},
+        {"<\"\t", "c", "\"", "&\t", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"&quot;\" F=\"&amp;&#9;\""},
     };
     for (const auto& row : rows) {
         Message message = At(Message(7, row.component, SeverityWarning));

@@ -211,6 +211,7 @@ TEST_F(FilesTest, ExistenceAndErrorsAreTold) {
     fs::create_symlink("nowhere", "dangling");
     EXPECT_TRUE(txccl::File::exists("dangling"));
     EXPECT_FALSE(doesFileExist("dangling"));
+    EXPECT_TRUE(doesFileExist("."));
     EXPECT_FALSE(txccl::File::exists(""));
     errno = 7;
     EXPECT_EQ(sys_fopen("", "r", 0), nullptr);

@@ -89,11 +89,12 @@ TEST(TaskData, DeletesOneKeyOrMany) {
     }
     EXPECT_EQ(data.DeleteKey(keyDescription), 1);
     EXPECT_EQ(data.DeleteKey(keyDescription), 0);
-    EXPECT_EQ(Value(data, keyTimeZone), "102") << "the last, which has moved";
+    data.SetRaw(keyPriority, "8", true);
+    EXPECT_EQ(Value(data, keyTimeZone), "102") << "moved into the gap";
     EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), 1);
     EXPECT_EQ(data.DeleteKey(keyPluginCode + 2, keyPluginCode + 7), 0);
     EXPECT_EQ(Value(data, keyPluginCode + 1), "13111");
-    EXPECT_EQ(Value(data, keyTimeZone), "102") << "which has moved again";
+    EXPECT_EQ(Value(data, keyTimeZone), "102") << "moved again";
     EXPECT_EQ(data.DeleteKey(INT_MIN, INT_MAX), 1);
     EXPECT_EQ(Value(data, keyPluginCode + 1), "none");
     EXPECT_DEATH(data.DeleteKey(2, 1), "Mis/TaskData.cpp:.*start <= end");
