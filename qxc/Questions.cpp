@@ -114,19 +114,17 @@ Answer getValue(const Request& request) {
     }
     const std::string& name = request.operands.back();
     int key = 0;
-    if (VTaskData::GetKeyID(name, &key, data->GetVersion(), data->GetType()) < 1) {
-        complain(name, task_refusalText(task_whyNotNamed(name)));
-        return answerNo;
-    }
+    const bool isKey = VTaskData::GetKeyID(name, &key, data->GetVersion(), data->GetType()) > 0;
     bool found = false;
     data->VisitWritten([&](int written, const std::string&, const std::string& value) {
-        if (written == key) {
+        if (isKey && written == key) {
             writeLine(value);
             found = true;
         }
     });
     if (!found) {
-        complain(name, "no value");
+        const TaskRefusal cause = task_whyNotNamed(name);
+        complain(name, cause == TaskRefusal::notLegal && isKey ? "no value" : task_refusalText(cause));
     }
     return found ? answerYes : answerNo;
 }
