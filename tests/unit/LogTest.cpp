@@ -110,13 +110,14 @@ TEST_F(LogTest, BeginsWithTheVersion) {
 }
 
 TEST_F(LogTest, SecondOpenKeepsTheFirstBlock) {
-    Open("log", false, 0);
+    Open();
     logopt first = g_logopt;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(logfp, std::fclose);
-    Open();
-    EXPECT_THAT(Lines(), ElementsAre()) << "truncated";
+    Open("second");
     VI18NError(60, 1).LogShow(&first, "");
-    EXPECT_THAT(Lines(), ElementsAre("UTIL 1 E"));
+    VI18NError(60, 2).LogShow(nullptr, "");
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 1 E"));
+    EXPECT_THAT(Lines("second"), ElementsAre("UTIL 2 E"));
 }
 
 TEST_F(LogTest, IsWrittenRecordByRecord) {

@@ -1,6 +1,8 @@
 #include "Mis/BinStrm.h"
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/Dsk.h"
+#include "Mis/Unix/FileStatus.h"
+#include "Mis/Unix/Room.h"
 #include "Mis/Unix/SysClientUnix.h"
 #include "Mis/Unix/UtilitiesUnix.h"
 #include "classlib/File.h"
@@ -205,6 +207,16 @@ TEST_F(FilesTest, DeleteTellsWhatItCannotRead) {
     SetMode("locked", 0700);
     EXPECT_THAT(Records(ReadFile("log")), ElementsAre("AGNT 4314 I [6.71.2105 Apr 27 2010 12:06:01]",
                                                       "SYST 5065 W [locked/] [locked/file*] [Permission denied]"));
+}
+
+TEST_F(FilesTest, ReservedRoomFillsHoles) {
+    constexpr off_t mebi = 1 << 20;
+    WriteFile("holes", "");
+    fs::resize_file("holes", mebi);
+    const Descriptor file(open("holes", O_RDWR));
+    ASSERT_EQ(fallocate(file.Number(), FALLOC_FL_KEEP_SIZE, mebi, mebi), 0) << "room behind the end is no hole's";
+    EXPECT_TRUE(sys_reserve(file.Number(), FileStatus::Of(file.Number()), mebi));
+    EXPECT_GE(FileStatus::Of(file.Number()).Allocated(), 2 * mebi);
 }
 
 TEST_F(FilesTest, ExistenceAndErrorsAreTold) {

@@ -119,6 +119,7 @@ TEST(VString, LockedBlocksAreNeverShared) {
 
 TEST(VString, GivesPartsAndPlaces) {
     const VString abc("abc");
+    EXPECT_STREQ(VString('x', 3), "xxx");
     EXPECT_STREQ(abc.Mid(5), "");
     EXPECT_STREQ(abc.Mid(2, INT_MAX), "c");
     EXPECT_STREQ(abc.Mid(-5, 2), "ab");
