@@ -47,7 +47,7 @@ inline constexpr MessageId msgSucceeded             = {modUtility,      7960, I1
 inline constexpr MessageId msgFailed                = {modUtility,      7961, I18NMessage::SeverityFatal};
 inline constexpr MessageId msgCommandLine           = {modUtility,      7962, I18NMessage::SeverityInformational}; // arguments
 
-// Records that no run writes, because sys_delete never answers below 0.
+// Records that no run writes: the deletion that each is about never answers below 0.
 inline constexpr MessageId msgSourceNotDeleted      = {modUtility,      7946, I18NMessage::SeverityWarning};       // file
 inline constexpr MessageId msgBackupDirInTheWay     = {modUtility,      7959, I18NMessage::SeverityFatal};         // directory
 inline constexpr MessageId msgBackupDirLeftBehind   = {modUtility,      7959, I18NMessage::SeverityWarning};       // directory
