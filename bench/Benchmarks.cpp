@@ -26,7 +26,7 @@ std::string DistinctKeys(std::size_t count) {
 
 void Load(benchmark::State& state) {
     std::string text = DistinctKeys(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         VTaskData data("", true);
         benchmark::DoNotOptimize(data.Deserialize(text, false));
     }
@@ -35,7 +35,7 @@ BENCHMARK(Load)->Arg(200)->Arg(1000)->Arg(2000)->Arg(20000)->Arg(35000);
 
 void Save(benchmark::State& state) {
     std::string text = DistinctKeys(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         VTaskData data("", true);
         data.Deserialize(text, false);
