@@ -41,6 +41,7 @@ make_root() {
         return 1
     fi
     rm "$root/null"
+    chmod 755 "$root"
     need debootstrap
     debootstrap --variant=minbase ${2:+--include="$2"} "$1" "$root" >"$root.log" || { cat "$root.log"; rm -rf "$root" "$root.log"; exit 1; }
     rm "$root.log"
