@@ -6,6 +6,7 @@
 #include "Plugins/IPluginsCommon.h"
 
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
@@ -33,13 +34,22 @@ std::string Quoted(int argc, char** argv) {
     return text;
 }
 
-} // namespace
-
-void usage() {
+void Usage() {
     std::puts("To be used from installation only");
     std::puts("Usage: PlugSetter [-r|-u] \"name\" \"installationDir\" \"backupDir\" \"logFileName\"");
     std::puts("\n\nExample: \n     PlugSetter.exe -r \"CLUSTER\" \"C:\\Tarnix\" \"C:\\Tmp\" \"install.xlog\"");
 }
+
+/// An argument that is empty, such as that of an unset variable, would stand for the root directory.
+bool RefuseEmpty(std::string_view argument, const char* name) {
+    const bool isEmpty = argument.empty() || argument == "\\";
+    if (isEmpty) {
+        std::printf("ERROR: %s directory is empty\n", name);
+    }
+    return isEmpty;
+}
+
+} // namespace
 
 void formatDirectoryName(std::string& dir) {
     const char separator = VFileName("", -1, false).GetPathSeparator();
@@ -50,7 +60,7 @@ void formatDirectoryName(std::string& dir) {
 
 bool parseCommandLine(int argc, char** argv, std::string& text) {
     if (argc < argumentCount || !ParseAction(argv[argAction])) {
-        usage();
+        Usage();
         return false;
     }
     plugName = argv[argName];
@@ -73,5 +83,5 @@ bool parseCommandLine(int argc, char** argv, std::string& text) {
                     installationDir.c_str());
         return false;
     }
-    return true;
+    return !RefuseEmpty(argv[argInstallationDir], "installation") && !RefuseEmpty(argv[argBackupDir], "backup");
 }

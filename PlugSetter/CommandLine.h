@@ -2,9 +2,6 @@
 
 #include <string>
 
-/// Writes the usage text to standard output.
-void usage();
-
 /// Checks the arguments and sets regType, plugName, installationDir, backupDir and logFileName. A backslash at
 /// the end of the installation directory is dropped; then both directories end in the separator. Sets `text` to all
 /// arguments, each after a blank and in quotes. Returns: false when the run must not go on, after saying why on
