@@ -190,7 +190,11 @@ std::string Message::CreateChildMsgElement() const {
 }
 
 int Message::Log(Logger* logger) {
-    std::string text = GetStringBuffer();
+    const char* const buffer = GetStringBuffer();
+    if (buffer == nullptr) {
+        return 0;
+    }
+    std::string text = buffer;
     if (logger == nullptr) {
         logger = s_defaultLogger;
     }

@@ -27,9 +27,7 @@ inline constexpr int modVString = 75;
 inline constexpr MessageId msgVersion               = {modAgent,        4314, I18NMessage::SeverityInformational}; // build
 inline constexpr MessageId msgCannotOpen            = {modBinaryStream, 4144, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgCannotCreate          = {modBinaryStream, 4145, I18NMessage::SeverityError};         // file
-inline constexpr MessageId msgCannotClose           = {modBinaryStream, 4148, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgNotWritten            = {modBinaryStream, 4152, I18NMessage::SeverityError};         // file
-inline constexpr MessageId msgFileNotFound          = {modBinaryStream, 4166, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgDirectoryNotMade      = {modDisk,         4341, I18NMessage::SeverityError};         // directory
 inline constexpr MessageId msgLogWriteFailed        = {modLogs,         56,   I18NMessage::SeverityError};         // log
 inline constexpr MessageId msgSyntaxError           = {modParser,       4783, I18NMessage::SeverityError};         // file, line; file, line, text
@@ -54,8 +52,10 @@ inline constexpr MessageId msgBackupDirLeftBehind   = {modUtility,      7959, I1
 
 // Messages that only other programs can get from the library.
 inline constexpr MessageId msgSystemError           = {modBinaryStream, 4096, I18NMessage::SeverityError};         // system text
+inline constexpr MessageId msgCannotClose           = {modBinaryStream, 4148, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgReadFailed            = {modBinaryStream, 4151, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgSearchFailed          = {modBinaryStream, 4159, I18NMessage::SeverityError};
+inline constexpr MessageId msgFileNotFound          = {modBinaryStream, 4166, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgEndOfFile             = {modBinaryStream, 5114, I18NMessage::SeverityError};
 inline constexpr MessageId msgStreamError           = {modBinaryStream, 5115, I18NMessage::SeverityError};         // error flag
 inline constexpr MessageId msgSyntaxErrorText       = {modParser,       4456, I18NMessage::SeverityError};         // whole text, context

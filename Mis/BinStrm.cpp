@@ -8,18 +8,6 @@
 #include <cerrno>
 #include <memory>
 
-namespace {
-
-using Error = std::unique_ptr<VI18NError>;
-
-[[noreturn]] void FailBecause(const MessageId& id, const std::string& file, Error cause) {
-    Error error = err_make(id, file.c_str());
-    error->SetChildError(cause.release());
-    err_throw(std::move(error));
-}
-
-} // namespace
-
 VBinaryStream::VBinaryStream() = default;
 
 VBinaryStream::~VBinaryStream() {
@@ -37,25 +25,6 @@ void VBinaryStream::Prepare(const char* filespec) {
     m_streamBuffer.reset(new char[streamBufferSize]);
     // Opening an empty name fails without setting errno, which must not be that of an earlier call then.
     errno = 0;
-}
-
-void VBinaryStream::Open(Descriptor file, const char* filespec) {
-    Prepare(filespec);
-    m_file = fdopen(file.Number(), "r+b");
-    m_openKind = OpenKind::update;
-    if (m_file == nullptr) {
-        err_fail(msgCannotCreate, m_name.c_str());
-    }
-    file.Release();
-    std::setvbuf(m_file, m_streamBuffer.get(), _IOFBF, streamBufferSize);
-}
-
-int VBinaryStream::GetDescriptor() const noexcept {
-    return m_file == nullptr ? -1 : fileno(m_file);
-}
-
-bool VBinaryStream::HasFailed() const noexcept {
-    return m_file != nullptr && std::ferror(m_file) != 0;
 }
 
 void VBinaryStream::Open(const char* filespec, AccessMode mode) {
@@ -135,7 +104,7 @@ void VBinaryStream::Flush() {
     NoteWrite(std::fflush(m_file) == 0);
     if (m_writeError != 0) {
         errno = m_writeError;
-        FailBecause(msgNotWritten, m_name, Error(getSystemError()));
+        err_failBecause(std::unique_ptr<VError>(getSystemError()), msgNotWritten, m_name.c_str());
     }
     m_direction = Direction::none;
 }
@@ -180,18 +149,18 @@ void VBinaryStream::ReadBytes(unsigned char* buffer, unsigned count) {
     }
     errno = 0;
     if (m_file == nullptr) {
-        FailBecause(msgReadFailed, m_name, Error(getSystemError()));
+        err_failBecause(std::unique_ptr<VError>(getSystemError()), msgReadFailed, m_name.c_str());
     }
     Turn(Direction::read);
     const bool complete = std::fread(buffer, count, 1, m_file) == 1;
     if (std::feof(m_file) != 0) {
-        FailBecause(msgReadFailed, m_name, err_make(msgEndOfFile));
+        err_failBecause(err_make(msgEndOfFile), msgReadFailed, m_name.c_str());
     }
     if (const int flag = std::ferror(m_file); flag != 0) {
-        FailBecause(msgReadFailed, m_name, err_make(msgStreamError, flag));
+        err_failBecause(err_make(msgStreamError, flag), msgReadFailed, m_name.c_str());
     }
     if (!complete) {
-        FailBecause(msgReadFailed, m_name, Error(getSystemError()));
+        err_failBecause(std::unique_ptr<VError>(getSystemError()), msgReadFailed, m_name.c_str());
     }
 }
 

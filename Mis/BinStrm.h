@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Mis/Unix/Descriptor.h"
-
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -29,12 +27,6 @@ public:
     /// UpdateMode, throws 4159 (no parameter) when the directory of a file that seems missing cannot be searched. A
     /// mode outside of the enumeration opens nothing.
     void Open(const char* filespec, AccessMode mode);
-    /// Takes over a file that is open for reading and writing already. Throws 4145, and then has closed it.
-    void Open(Descriptor file, const char* filespec);
-    /// The descriptor of the open file, still owned here; -1 when the stream is closed.
-    int GetDescriptor() const noexcept;
-    /// True when reading or writing the open file has failed. The end of the file is no failure.
-    bool HasFailed() const noexcept;
     /// Closes in any case. Throws 4152 as Flush does, else 4148 when closing failed.
     void Close();
     /// Writes out what is buffered. Throws 4152, with the system's error as cause, if this or an earlier write failed.

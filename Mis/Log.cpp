@@ -3,13 +3,17 @@
 #include "Mis/Dat.h"
 #include "Mis/Report.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/Unix/OutputFile.h"
+#include "Mis/Unix/SafeOpen.h"
+#include "Mis/Unix/SysClientUnix.h"
+#include "Mis/Unix/WholeFile.h"
 #include "Mis/Version.h"
 #include "classlib/FilenameHelper.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cctype>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -59,31 +63,60 @@ void FreeBlocks() noexcept {
     delete std::exchange(blocks, nullptr);
 }
 
-/// Returns: false when a log that exists could not be narrowed to g_logAccess. One with further hard links is left as
-/// it is.
-bool ApplyAccess(const OutputFile& output) {
-    if (!g_logAccess) {
-        return true;
+OpenedFile OpenLog(const std::string& path, int flags) {
+    OpenedFile log = sys_openOutput(path, flags, g_logAccess ? 0600 : 0666);
+    if (log.created && g_logAccess) {
+        sys_giveAccess(log.Number(), log.status, sys_underUmask(*g_logAccess));
     }
-    if (output.created) {
-        sys_giveAccess(output.file.Number(), output.status, *g_logAccess);
-        return true;
-    }
-    return !output.status.HasOneName() || sys_narrowAccess(output.file.Number(), output.status, *g_logAccess);
+    return log;
 }
 
-/// Returns: null when the file cannot be opened, narrowed or emptied.
+/// True when the log, which exists, could be narrowed to g_logAccess if there is any.
+bool Narrow(const OpenedFile& log) {
+    return !g_logAccess || sys_narrowAccess(log.Number(), log.status, *g_logAccess);
+}
+
+/// True when nobody else can have the log open, or another name for it, who may not read it.
+bool IsFit(const OpenedFile& log) {
+    return log.status.HasOneName() && sys_isAsClose(log.Number(), log.status, g_logAccess);
+}
+
+bool Remove(const OpenedFile& log) {
+    return !log.path.empty() && FileStatus::OfEntry(log.path).IsSameAs(log.status) && sys_remove(log.path.c_str());
+}
+
+/// Opens a log that is to begin anew. A file that is not fit for it is removed and made anew; one that cannot be
+/// removed is narrowed if it belongs to root or to this user.
+OpenedFile OpenEmpty(const std::string& path) {
+    OpenedFile log = OpenLog(path, O_WRONLY);
+    if (log.created || !log.status.IsRegular()) {
+        return log;
+    }
+    if (!IsFit(log)) {
+        if (Remove(log)) {
+            OpenedFile anew = OpenLog(log.path, O_WRONLY);
+            return anew.created ? std::move(anew) : OpenedFile();
+        }
+        if (!log.status.HasOneName() || !log.status.BelongsHere() || !Narrow(log)) {
+            return {};
+        }
+    }
+    return sys_setSize(log.Number(), 0) ? std::move(log) : OpenedFile();
+}
+
+/// Opens a log that is to be continued.
+OpenedFile OpenToAppend(const std::string& path) {
+    OpenedFile log = OpenLog(path, O_RDWR | O_APPEND);
+    const bool isKept = log.IsOpen() && !log.created && log.status.HasOneName();
+    return !isKept || Narrow(log) ? std::move(log) : OpenedFile();
+}
+
+/// Returns: null when the file cannot be opened.
 std::FILE* OpenFile(const std::string& path, bool truncate) {
-    OutputFile output = sys_openOutput(path, truncate ? O_WRONLY : O_RDWR | O_APPEND, g_logAccess ? 0600 : 0666);
-    if (!output.file.IsOpen() || !ApplyAccess(output)) {
-        return nullptr;
-    }
-    if (truncate && output.status.IsRegular() && ftruncate(output.file.Number(), 0) != 0) {
-        return nullptr;
-    }
-    std::FILE* const file = fdopen(output.file.Number(), truncate ? "w" : "a+");
+    OpenedFile log = truncate ? OpenEmpty(path) : OpenToAppend(path);
+    std::FILE* const file = log.IsOpen() ? fdopen(log.Number(), truncate ? "w" : "a+") : nullptr;
     if (file != nullptr) {
-        output.file.Release();
+        log.file.Release();
     }
     return file;
 }
@@ -137,33 +170,54 @@ void ShowWriteFailure(const logblk& block) {
     err_make(msgLogWriteFailed, block.path)->LogShow();
 }
 
-/// Where in the file the next line will begin. A stream that appends writes at the end, wherever its position is.
-off_t LineStart(std::FILE* file) {
-    const int descriptor = fileno(file);
-    const bool appends = (fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
-    return appends ? FileStatus::Of(descriptor).Size() : ftello(file);
+/// The length of the beginning of `line` with which `tail`, the end of a log, ends. Before it must be a line end.
+std::size_t HalfLine(std::string_view tail, bool isWholeLog, std::string_view line) {
+    for (std::size_t length = std::min(tail.size(), line.size() - 1); length > 0; --length) {
+        const std::size_t before = tail.size() - length;
+        const bool beginsLine = before == 0 ? isWholeLog : tail[before - 1] == '\n';
+        if (beginsLine && tail.substr(before) == line.substr(0, length)) {
+            return length;
+        }
+    }
+    return 0;
+}
+
+/// The last bytes of an open file.
+std::string LastBytes(int file, off_t end, std::size_t count) {
+    std::string bytes(std::min(count, static_cast<std::size_t>(end)), '\0');
+    const ssize_t size = pread(file, bytes.data(), bytes.size(), end - static_cast<off_t>(bytes.size()));
+    return size == static_cast<ssize_t>(bytes.size()) ? bytes : std::string();
 }
 
 /// Cuts off the part of a line that got into the file before writing failed, so that the next line does not continue
-/// it. Cuts nothing if somebody else has written behind it.
-void CutTo(off_t lineStart, std::FILE* file) {
-    const off_t end = ftello(file);
-    const FileStatus status = FileStatus::Of(fileno(file));
-    if (lineStart >= 0 && end > lineStart && end == status.Size() && ftruncate(fileno(file), lineStart) == 0) {
-        fseeko(file, lineStart, SEEK_SET);
+/// it. Others may write to the log, too. So the part is read back first: it must be the beginning of this very line.
+void TakeBack(const std::string& line, const logblk& block) {
+    const int log = fileno(block.fp);
+    const FileStatus status = FileStatus::Of(log);
+    const off_t end = status.Size();
+    const OpenedFile reader = sys_openInput(block.path, O_RDONLY | O_NONBLOCK);
+    if (line.empty() || !status.IsRegular() || !reader.status.IsSameAs(status) || lseek(log, 0, SEEK_CUR) != end) {
+        return;
+    }
+    const std::string tail = LastBytes(reader.Number(), end, line.size() + 1);
+    const auto half = static_cast<off_t>(HalfLine(tail, static_cast<off_t>(tail.size()) == end, line));
+    if (half > 0 && sys_setSize(log, end - half)) {
+        fseeko(block.fp, end - half, SEEK_SET);
     }
 }
 
 int WriteToBlock(const std::string& line, logblk* block) {
-    const off_t lineStart = LineStart(block->fp);
-    const bool written = std::fputs(line.c_str(), block->fp) >= 0;
-    if (flushExpiredLines(block) != 0 || !written) {
-        CutTo(lineStart, block->fp);
+    const bool flushesEach = block->flushEveryLine != 0;
+    const bool isPut = std::fputs(line.c_str(), block->fp) >= 0;
+    const bool isFlushed = flushExpiredLines(block) == 0;
+    const bool isWritten = isPut && (isFlushed || !flushesEach);
+    if (!isWritten && flushesEach) {
+        TakeBack(line, *block);
     }
-    if (!written) {
+    if (!isPut) {
         ShowWriteFailure(*block);
     }
-    return written ? 1 : 0;
+    return isWritten ? 1 : 0;
 }
 
 int WriteToConsole(std::string& line) {

@@ -39,8 +39,8 @@ extern int nLogFiles;           ///< files in the ring
 extern int currLogFileNo;       ///< the file of the ring chosen last, from 0
 extern bool bAtLeastOneOpen;    ///< a log has been opened since the last close
 extern logopt g_logopt;
-/// Who may read the logs that are opened from now on. A new log is given this access, one that exists is narrowed to it
-/// unless it has further hard links. Without a value the umask decides on new ones.
+/// Who may read the logs that are opened from now on. A new log is given this access less what the umask takes, one
+/// that is continued is narrowed to it unless it has further names. Without a value the umask decides on new ones.
 extern std::optional<FileAccess> g_logAccess;
 
 /// A file of the numbered ring.
@@ -53,9 +53,14 @@ struct logfilelist {
 };
 
 /// Opens `name` in `dir`: truncated when `mode` is 1, else appended to. The numbered mode always appends, to the file
-/// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed. Returns:
-/// false when the file cannot be opened, emptied or narrowed to g_logAccess, is a FIFO, or lies behind a link of
-/// another user than root and this one. Records then go where they went before.
+/// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed.
+///
+/// A file is truncated if it has one name, belongs to root, to this user or to the owner of g_logAccess, and is no
+/// wider than that. Any other file is removed and made anew, since others may have it open; one that cannot be removed
+/// is narrowed if it has one name and belongs to root or to this user. A device or a pipe is written as it is.
+///
+/// Returns: false when the file cannot be opened so, is a FIFO, or lies behind a link of another user than root and
+/// this one. Records then go where they went before.
 bool batutil_LogOpen(const char* dir, const char* name, int mode, bool numbered);
 
 /// Closes the log and switches logging off. Harmless when nothing is open.
@@ -76,8 +81,9 @@ std::string batutil_GetNextFilename(std::string dir, std::string name);
 unsigned long gui_show(unsigned long flag, char* text);
 
 /// Writes a complete line as `opt` says. When that is null, the line goes to the open run log, or to the console if
-/// none is open. Returns: 1, or 0 when the line could not be written, after reporting that (LOGS 56, error, the log's
-/// path). A flush that fails is not reported.
+/// none is open. Returns: 1, or 0 when the line could not be written, after logging that (LOGS 56, error, the log's
+/// path) if fputs has failed. With flushEveryLine, a flush that fails is a line that could not be written; what got
+/// into the file of it is taken back.
 int I18N_log_show(std::string* text, const logopt* opt, char severity);
 
 /// Writes the 12 characters of the local time in the form "Nov13 02:31 " and a terminator to `buf`. Returns: 12.

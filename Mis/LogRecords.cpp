@@ -26,14 +26,10 @@ void WriteStack() noexcept {
 }
 
 void ReportNotLogged(Message& message) noexcept {
-    try {
-        const char* text = message.GetStringBuffer();
-        std::fputs("Message not logged: ", stderr);
-        std::fputs(text, stderr);
-    } catch (...) {
-        err_caught();
-        std::fputs("Message cannot be logged\n", stderr);
-    }
+    const char* text = nullptr;
+    err_attempt([&] { text = message.GetStringBuffer(); });
+    std::fputs(text == nullptr ? "Message cannot be logged\n" : "Message not logged: ", stderr);
+    std::fputs(text == nullptr ? "" : text, stderr);
     WriteStack();
 }
 

@@ -108,6 +108,8 @@ public:
     /// PARS 4783 twice (file, line and file, line, text).
     int LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects);
     int LoadFile(std::string name, bool applySideEffects);
+    /// As LoadFromFile, with the text of the object's own file, which somebody else has read. Returns: 1 or 0.
+    int LoadText(std::string_view text, bool showError, const char* context, bool applySideEffects);
     /// Reads a whole text, or one physical line of it. Returns: false when a line is refused or the whole text is
     /// empty; what the lines before said is kept. The side effects: the first "Plugins" line of the process is handed
     /// to the plug-in registry, and the value of "Oracle0.OraHome" becomes ORACLE_HOME in the environment.

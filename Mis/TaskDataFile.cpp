@@ -28,6 +28,14 @@ int VTaskData::LoadFromFile(std::string name, bool showError, const char* contex
     return result;
 }
 
+int VTaskData::LoadText(std::string_view text, bool showError, const char* context, bool applySideEffects) {
+    const int result = DeserializeText(text, applySideEffects) ? 1 : 0;
+    if (result == 0 && context != nullptr) {
+        ReportSyntaxError(m_fileName, showError, context);
+    }
+    return result;
+}
+
 int VTaskData::LoadFile(std::string name, bool applySideEffects) {
     const std::string& path = name.empty() ? m_fileName : name;
     FileContent content;

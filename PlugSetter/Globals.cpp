@@ -7,3 +7,4 @@ std::string backupDir;
 std::string logFileName;
 char agentName[65] = {};
 std::list<BackupEntry*> bakFiles;
+DirectoryLock installationLock;

@@ -1,17 +1,22 @@
 #pragma once
 
 #include "Mis/NamCommon.h"
+#include "Mis/Unix/DirectoryLock.h"
 
 #include <list>
+#include <memory>
 #include <string>
+
+class SavedFile;
 
 /// The state of a run. The command line and the run set it; of its steps only upgrade changes it, and only bakFiles.
 
-/// A file that was saved: where it belongs and where its copy is.
+/// A file that was saved: where it belongs and where its copy is. What this run has saved itself is open in `file`; it
+/// is restored through that, whatever stands at the two names.
 struct BackupEntry {
     VFileName live;
     VFileName copy;
-    bool liveWasOpened = false; ///< this run has opened the live file for writing, or tried to
+    std::shared_ptr<SavedFile> file = {};
 };
 
 enum RegType { registerPlugin = 0, unregisterPlugin = 1 };
@@ -23,6 +28,8 @@ extern std::string backupDir;       ///< ends in the separator; at first as give
 extern std::string logFileName;     ///< in the installation directory
 extern char agentName[65];          ///< this machine's node name
 extern std::list<BackupEntry*> bakFiles; ///< owned; in the order of saving
+
+extern DirectoryLock installationLock; ///< on installationDir, during a run
 
 namespace csl {
 

@@ -2,14 +2,19 @@
 
 #include <csignal>
 #include <initializer_list>
+#include <iterator>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 void prepareProcess() {
     std::signal(SIGXFSZ, SIG_IGN);
-    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (fcntl(descriptor, F_GETFD) < 0) {
+    std::signal(SIGPIPE, SIG_IGN);
+    pollfd standard[] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}};
+    poll(standard, std::size(standard), 0);
+    for (const pollfd& descriptor : standard) {
+        if ((descriptor.revents & POLLNVAL) != 0) {
             // open takes the lowest free number, which is this one: those below are open by now.
             open("/dev/null", O_RDWR);
         }
@@ -18,9 +23,12 @@ void prepareProcess() {
 
 void holdSignals() {
     sigset_t ending;
-    sigemptyset(&ending);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
-        sigaddset(&ending, signal);
+    sigfillset(&ending);
+    for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+        sigdelset(&ending, fault);
+    }
+    for (const int stop : {SIGTSTP, SIGTTIN, SIGTTOU}) {
+        sigdelset(&ending, stop);
     }
     sigprocmask(SIG_BLOCK, &ending, nullptr);
 }

@@ -2,7 +2,6 @@
 
 #include "Mis/Log.h"
 #include "Mis/Report.h"
-#include "Mis/Unix/DirectoryLock.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
@@ -11,6 +10,7 @@
 #include "PlugSetter/CommandLine.h"
 #include "PlugSetter/ExitCodes.h"
 #include "PlugSetter/Globals.h"
+#include "PlugSetter/KeptRecords.h"
 #include "PlugSetter/Paths.h"
 #include "PlugSetter/Process.h"
 #include "PlugSetter/Upgrade.h"
@@ -23,11 +23,7 @@ namespace {
 
 /// True when deleting the entry `path` would take the configuration away. A symbolic link to it or a further hard link
 /// of it may be deleted.
-bool HoldsConfiguration(const std::string& path) {
-    const FileStatus entry = FileStatus::OfEntry(path);
-    if (entry.GetPresence() == Presence::missing) {
-        return false;
-    }
+bool HoldsConfiguration(const std::string& path, const FileStatus& entry) {
     const std::string configuration = runPaths().configuration;
     // A directory can only be deleted when it is empty, so there is nothing below it.
     return entry.IsDirectory() ? sys_isSameEntry(path, configuration) : sys_leadsThrough(configuration, path);
@@ -38,8 +34,13 @@ bool HoldsConfiguration(const std::string& path) {
 /// in use is no failure.
 int DeletePlace(std::string place) {
     place.pop_back();
+    const FileStatus entry = FileStatus::OfEntry(place);
+    if (entry.GetPresence() == Presence::missing || HoldsConfiguration(place, entry)) {
+        return 0;
+    }
     // Not sys_delete, which would take "*" or "?" in the name for a pattern.
-    return !HoldsConfiguration(place) && sys_remove(place.c_str()) ? 1 : 0;
+    const bool isDeleted = entry.IsDirectory() ? sys_removeDirectory(place.c_str()) : sys_remove(place.c_str());
+    return isDeleted ? 1 : 0;
 }
 
 /// Opens the log. If that would empty the configuration, the run goes on without one.
@@ -66,7 +67,7 @@ void PrepareBackupDir(std::string& savedBackupDir) {
     sys_getnodename(agentName, sizeof agentName - 1);
     savedBackupDir = backupDir;
     backupDir += agentName;
-    backupDir += VFileName("", -1, false).GetPathSeparator();
+    formatDirectoryName(backupDir);
 }
 
 /// Returns: true when nothing failed. Otherwise `error` says why, unless it was an exception that is no error object.
@@ -116,7 +117,7 @@ void ForgetBackups() noexcept {
     bakFiles.clear();
 }
 
-int RunGuarded(const std::string& commandLine) {
+int RunGuarded(const std::string& commandLine, const KeptRecords& kept) {
     std::string savedBackupDir;
     VI18NError error;
     const bool success = MakeChange(savedBackupDir, error);
@@ -129,32 +130,41 @@ int RunGuarded(const std::string& commandLine) {
     batutil_FlushLog();
     batutil_LogClose();
     ForgetBackups();
+    if (!success) {
+        kept.Show();
+    }
     return success ? exitSuccess : exitFailure;
 }
 
 /// Runs while no other run works in the installation directory. Creates that if it is missing.
 int RunAlone(const std::string& commandLine) {
+    KeptRecords kept;
     if (!txccl::File::exists(installationDir)) {
         dsk_credir(nullptr, installationDir.c_str(), 0, nullptr);
     }
-    DirectoryLock lock;
-    if (!lock.Acquire(installationDir)) {
+    installationLock = {};
+    if (!installationLock.Acquire(installationDir)) {
         std::printf("ERROR: another run holds the installation directory - %s\n", installationDir.c_str());
         return exitFailure;
     }
-    return RunGuarded(commandLine);
+    const int exitCode = RunGuarded(commandLine, kept);
+    installationLock = {};
+    return exitCode;
 }
 
 } // namespace
 
 int runPlugSetter(int argc, char** argv) {
     int exitCode = exitFailure;
-    err_attempt([&] {
+    const bool isReported = err_attempt([&] {
         prepareProcess();
         std::string commandLine;
         if (parseCommandLine(argc, argv, commandLine)) {
             exitCode = RunAlone(commandLine);
         }
     });
+    if (!isReported) {
+        std::fputs("Message cannot be logged\n", stderr);
+    }
     return exitCode;
 }

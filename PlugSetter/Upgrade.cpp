@@ -1,28 +1,21 @@
 #include "PlugSetter/Upgrade.h"
 
-#include "Mis/Log.h"
 #include "Mis/Report.h"
 #include "Mis/TaskData.h"
 #include "Mis/TaskKeys.h"
-#include "Mis/Unix/FileStatus.h"
-#include "PlugSetter/FileCopy.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Paths.h"
-#include "PlugSetter/Process.h"
+#include "PlugSetter/SavedFile.h"
 #include "Plugins/IPluginsCommon.h"
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <sys/stat.h>
-
 namespace {
-
-constexpr const char* label = "upgrade() ";
 
 constexpr const char* generatedHeader = "// Automatically Generated File\r\n"
                                         "// *** Do NOT manually edit this file ***\r\n"
@@ -34,24 +27,22 @@ constexpr const char* generatedHeader = "// Automatically Generated File\r\n"
                                         "// -----------------------------------\r\n"
                                         "\r\n";
 
-/// True when the copy would be written over the open log.
-bool IsOpenLog(const std::string& copy) {
-    return logfp != nullptr && FileStatus::Of(copy).IsSameAs(FileStatus::Of(fileno(logfp)));
-}
-
-void SaveCopy(const Paths& paths) {
-    if (IsOpenLog(paths.copy)) {
-        err_fail(msgUnexpected, label);
-    }
-    copyFile(paths.configuration, paths.copy);
+/// Copies the file and notes the copy in bakFiles.
+void SaveCopy(std::shared_ptr<SavedFile> file, const Paths& paths) {
+    file->CopyTo(paths.copy, installationLock);
     auto entry = std::make_unique<BackupEntry>(
-        BackupEntry{VFileName(paths.configuration, -1, false), VFileName(paths.copy, -1, false)});
+        BackupEntry{VFileName(paths.configuration, -1, false), VFileName(paths.copy, -1, false), std::move(file)});
     bakFiles.push_back(entry.get());
     static_cast<void>(entry.release());
 }
 
-void Load(VTaskData& configuration) {
-    if (configuration.LoadFromFile("", false, "", true) < 1) {
+void Load(const SavedFile& file, VTaskData& configuration) {
+    FileContent content;
+    const SavedFile::Reading reading = file.Read(largestTaskFile, content);
+    if (reading == SavedFile::Reading::changed) {
+        err_fail(msgUnexpected, changeLabel);
+    }
+    if (reading == SavedFile::Reading::failed || configuration.LoadText(content.Text(), false, "", true) < 1) {
         err_fail(msgCannotLoad, configuration.GetTaskName().c_str());
     }
     if (configuration.SetComment(VString(generatedHeader)) <= 0) {
@@ -112,27 +103,15 @@ void Edit(VTaskData& configuration) {
     configuration.DeleteKey(keyProgramVersion);
 }
 
-/// A file that is made while it lives is readable by its owner only.
-class PrivateFiles {
-public:
-    PrivateFiles() noexcept : m_previous(umask(0077)) {}
-    PrivateFiles(const PrivateFiles&) = delete;
-    PrivateFiles& operator=(const PrivateFiles&) = delete;
-    ~PrivateFiles() { umask(m_previous); }
-
-private:
-    mode_t m_previous;
-};
-
-/// Fails when there is no room or the file may be damaged. A file that cannot be opened for writing stays as it is,
-/// which is no failure.
-void Save(VTaskData& configuration) {
-    holdSignals();
-    bakFiles.back()->liveWasOpened = true;
-    // Should the file have vanished, it is made anew, with passwords in it.
-    const PrivateFiles isPrivate;
-    if (configuration.SaveToFile("") == 0) {
-        err_fail(msgNotWritten, configuration.GetTaskName().c_str());
+/// A file that must not be written stays as it is, which is no failure.
+void Save(SavedFile& file, VTaskData& configuration) {
+    std::string text;
+    configuration.Serialize(text);
+    switch (file.Write(std::move(text))) {
+    case SavedFile::Writing::done:
+    case SavedFile::Writing::refused: return;
+    case SavedFile::Writing::changed: err_fail(msgUnexpected, changeLabel);
+    case SavedFile::Writing::failed: err_fail(msgNotWritten, configuration.GetTaskName().c_str());
     }
 }
 
@@ -140,17 +119,18 @@ void Save(VTaskData& configuration) {
 
 void upgrade() try {
     const Paths paths = runPaths();
-    switch (FileStatus::Of(paths.configuration).GetPresence()) {
+    const auto file = std::make_shared<SavedFile>(paths.configuration);
+    switch (file->Open()) {
     case Presence::missing: return;
-    case Presence::unknown: err_fail(msgUnexpected, label);
+    case Presence::unknown: err_fail(msgUnexpected, changeLabel);
     case Presence::present: break;
     }
-    SaveCopy(paths);
+    SaveCopy(file, paths);
     VTaskData configuration(paths.configuration, true);
-    Load(configuration);
+    Load(*file, configuration);
     Edit(configuration);
-    Save(configuration);
+    Save(*file, configuration);
     msg_log(msgConfigurationSaved, csl::Files::GLOBAL);
 } catch (...) {
-    throwAsError(label);
+    throwAsError(changeLabel);
 }

@@ -7,7 +7,7 @@
 /// Throws a pointer to VI18NError (error): UTIL 7948 (file) when it cannot be loaded; 7949, 7951 and 7952 (file name)
 /// when the comment or the code, the library, or the name cannot be set; BSTR 4152 (file) when there is no room for the
 /// new text or saving may have damaged the file; UTIL 7947 ("upgrade() ") when the system cannot tell whether the file
-/// is there, when the copy would be written over the log, and for any exception but a pointer to VI18NError; and
-/// what copyFile throws. Logs UTIL 7953 when done, also when the file could not be opened for saving. Once saving
+/// is there, when somebody else has changed or replaced it since it was copied, and for any exception but a pointer to
+/// VI18NError; and what SavedFile throws. Logs UTIL 7953 when done, also when the file must not be written. Once saving
 /// begins, signals that would end the process are held back (holdSignals).
 void upgrade();

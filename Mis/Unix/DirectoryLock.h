@@ -1,17 +1,26 @@
 #pragma once
 
 #include "Mis/Unix/Descriptor.h"
+#include "Mis/Unix/Patience.h"
 
 #include <string>
 
 /// An advisory lock on a directory, by which runs of this program take turns. It leaves no file behind, and the system
 /// releases it when the process ends, in whatever way.
+///
+/// Acquiring waits while another process holds the lock. The waits for a directory and for one behind it last at most a
+/// minute together; the answer is false when the lock is still held after that. A directory that cannot be locked for
+/// another reason is no failure: the run goes on without a lock.
 class DirectoryLock {
 public:
-    /// Waits up to a minute while another process holds the lock. Returns: false when it is still held after that. A
-    /// directory that cannot be locked for another reason is no failure: the run goes on without a lock.
     bool Acquire(const std::string& directory);
+    /// Takes over a directory that is open. If it is that of `first`, the lock is held already.
+    bool AcquireBehind(DirectoryLock& first, Descriptor directory);
+
+    /// The open directory, still owned here; below 0 for none.
+    int Number() const noexcept { return m_directory.Number(); }
 
 private:
     Descriptor m_directory;
+    Patience m_patience;
 };

@@ -5,37 +5,55 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string>
 
 #include <sys/stat.h>
 
 namespace {
 
-bool MakeDirectory(const std::string& path) {
+/// Returns: 0, or the error.
+int MakeDirectory(const std::string& path, std::vector<std::string>& changed) {
     const FileStatus status = FileStatus::Of(path);
     if (status.GetPresence() != Presence::missing) {
-        return status.IsDirectory();
+        return status.IsDirectory() ? 0 : ENOTDIR;
     }
     if (mkdir(path.c_str(), 0700) == 0) {
-        return true;
+        changed.push_back(sys_directoryOf(path));
+        return 0;
     }
+    const int error = errno;
     // Another process may have made it meanwhile.
-    return errno == EEXIST && FileStatus::Of(path).IsDirectory();
+    return error == EEXIST && FileStatus::Of(path).IsDirectory() ? 0 : error;
+}
+
+int MakeDirectories(const std::string& path, std::vector<std::string>& changed) {
+    int error = 0;
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos && error == 0;
+         slash = path.find('/', slash + 1)) {
+        error = MakeDirectory(path.substr(0, slash), changed);
+    }
+    return error;
+}
+
+/// Makes the directories, once more if one that was there is gone: a neighbour may delete those that are empty.
+bool MakePath(const std::string& path, std::vector<std::string>& changed) {
+    const int error = MakeDirectories(path, changed);
+    return error == 0 || (error == ENOENT && MakeDirectories(path, changed) == 0);
+}
+
+int NotMade(const char* dirspec) {
+    msg_log(msgDirectoryNotMade, dirspec);
+    return -1;
 }
 
 } // namespace
 
 int CreateUnixPath(const char* dirspec) {
-    const std::string path = dirspec;
-    if (FileStatus::Of(path).IsPresent()) {
-        return 1;
-    }
-    for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        if (!MakeDirectory(path.substr(0, slash))) {
-            return 0;
-        }
-    }
-    return 1;
+    std::vector<std::string> changed;
+    return FileStatus::Of(dirspec).IsPresent() || MakePath(dirspec, changed) ? 1 : 0;
+}
+
+int dsk_makeDirectories(const std::string& dirspec, std::vector<std::string>& changed) {
+    return MakePath(dirspec, changed) ? 1 : NotMade(dirspec.c_str());
 }
 
 int dsk_credir(void* /*device*/, const char* dirspec, unsigned /*opts*/, void* attributes, char* fullname, int) {
@@ -43,8 +61,7 @@ int dsk_credir(void* /*device*/, const char* dirspec, unsigned /*opts*/, void* a
         *fullname = '\0';
     }
     if (CreateUnixPath(dirspec) < 1 || attributes != nullptr) {
-        msg_log(msgDirectoryNotMade, dirspec);
-        return -1;
+        return NotMade(dirspec);
     }
     if (fullname != nullptr) {
         std::strcpy(fullname, dirspec);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -30,6 +31,22 @@ FileAccess AccessOf(const FileStatus& status, bool hasList) {
     return {status.Owner(), status.Group(), hasList ? mode & ownerBits : mode};
 }
 
+/// The bits of a file with this status by which nobody can do more with it than `access` lets him.
+mode_t NarrowBits(int descriptor, const FileStatus& status, const FileAccess& access) {
+    mode_t allowed = access.mode | ownerBits;
+    if (HasList(fgetxattr(descriptor, accessList, nullptr, 0))) {
+        allowed = ownerBits;
+    } else if ((access.mode & readBits) != readBits) {
+        const bool sameGroup = status.Group() == access.group;
+        allowed = sameGroup ? allowed & (ownerBits | groupBits) : ownerBits;
+    }
+    return status.Permissions() & allowed;
+}
+
+bool IsOurs(const FileStatus& status, const FileAccess& access) noexcept {
+    return status.BelongsHere() || status.Owner() == access.owner;
+}
+
 } // namespace
 
 FileAccess sys_accessOf(int descriptor, const FileStatus& status) {
@@ -40,27 +57,30 @@ FileAccess sys_accessOf(const std::string& path, const FileStatus& status) {
     return AccessOf(status, HasList(getxattr(path.c_str(), accessList, nullptr, 0)));
 }
 
-void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
+FileAccess sys_underUmask(FileAccess access) noexcept {
+    const mode_t mask = umask(forOwner);
+    umask(mask);
+    access.mode &= ~mask | forOwner;
+    return access;
+}
+
+bool sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
     const bool belongs = status.Owner() == access.owner && status.Group() == access.group;
     const bool given = belongs || fchown(descriptor, access.owner, access.group) == 0;
     // The directory may have given the file a list, which the group's bits would put in force.
     const bool hasNoList = fremovexattr(descriptor, accessList) == 0 || MeansNoList(errno);
-    // If this fails, the file keeps the bits it was made with, which let nobody else read it.
-    static_cast<void>(fchmod(descriptor, given && hasNoList ? access.mode : access.mode & ownerBits));
+    return fchmod(descriptor, given && hasNoList ? access.mode : access.mode & ownerBits) == 0;
+}
+
+bool sys_isAsClose(int descriptor, const FileStatus& status, const std::optional<FileAccess>& access) {
+    return access ? IsOurs(status, *access) && NarrowBits(descriptor, status, *access) == status.Permissions()
+                  : status.BelongsHere();
 }
 
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
-    const bool isOurs = status.Owner() == 0 || status.Owner() == geteuid() || status.Owner() == access.owner;
-    if (!isOurs && fchown(descriptor, geteuid(), status.Group()) != 0) {
+    if (!IsOurs(status, access) && fchown(descriptor, geteuid(), status.Group()) != 0) {
         return false;
     }
-    mode_t allowed = access.mode | ownerBits;
-    if (HasList(fgetxattr(descriptor, accessList, nullptr, 0))) {
-        allowed = ownerBits;
-    } else if ((access.mode & readBits) != readBits) {
-        const bool sameGroup = status.Group() == access.group;
-        allowed = sameGroup ? allowed & (ownerBits | groupBits) : ownerBits;
-    }
-    const mode_t narrow = status.Permissions() & allowed;
+    const mode_t narrow = NarrowBits(descriptor, status, access);
     return narrow == status.Permissions() || fchmod(descriptor, narrow) == 0;
 }

@@ -19,9 +19,17 @@ struct FileAccess {
 FileAccess sys_accessOf(int descriptor, const FileStatus& status);
 FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 
-/// Gives an open file with this status, still empty and readable by its owner alone, the owner, the group and the bits
-/// of `access`, and takes away an access control list. If that cannot be done, nobody but the owner can read the file.
-void sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
+/// `access` less the bits that the umask takes from new files. Reading and writing by the owner stay.
+FileAccess sys_underUmask(FileAccess access) noexcept;
+
+/// Gives an open file with this status, still empty, the owner, the group and the bits of `access`, and takes away an
+/// access control list. If one of these cannot be done, nobody but the owner can read the file. Returns: false when
+/// the bits could not be set; the file keeps those that it has.
+bool sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
+
+/// True when an open file with this status belongs to root, to the user of this process or to the owner of `access`,
+/// and nobody can do more with it than `access` lets him. Without `access` only the owner is asked.
+bool sys_isAsClose(int descriptor, const FileStatus& status, const std::optional<FileAccess>& access);
 
 /// Takes away the permission bits of an open file with this status by which others could do more with it than `access`
 /// lets them. Adds none. An owner who is neither root nor the user of this process nor that of `access` loses the file

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <ctime>
 
 #include <unistd.h>
 
@@ -53,6 +54,12 @@ FileStatus FileStatus::OfEntry(const std::string& path) noexcept {
     return {result, status};
 }
 
+FileStatus FileStatus::OfEntry(int directory, const std::string& name) noexcept {
+    struct stat status = {};
+    const int result = fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+    return {result, status};
+}
+
 FileStatus FileStatus::Of(int descriptor) noexcept {
     struct stat status = {};
     const int result = fstat(descriptor, &status);
@@ -64,9 +71,28 @@ off_t FileStatus::Allocated() const noexcept {
     return m_status.st_blocks * unit;
 }
 
+bool FileStatus::BelongsHere() const noexcept {
+    return IsPresent() && (m_status.st_uid == 0 || m_status.st_uid == geteuid());
+}
+
 bool FileStatus::IsSameAs(const FileStatus& other) const noexcept {
     return IsPresent() && other.IsPresent() && m_status.st_dev == other.m_status.st_dev &&
            m_status.st_ino == other.m_status.st_ino;
+}
+
+bool FileStatus::HasTimeOf(const FileStatus& other) const noexcept {
+    return m_status.st_mtim.tv_sec == other.m_status.st_mtim.tv_sec &&
+           m_status.st_mtim.tv_nsec == other.m_status.st_mtim.tv_nsec;
+}
+
+bool FileStatus::IsJustWritten() const noexcept {
+    constexpr long long nanoseconds = 1'000'000'000;
+    constexpr long long twoSteps = nanoseconds / 50;
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const long long seconds = static_cast<long long>(now.tv_sec) - m_status.st_mtim.tv_sec;
+    // Also when the time is still to come, as the clocks of two hosts may have it.
+    return seconds <= 1 && seconds * nanoseconds + now.tv_nsec - m_status.st_mtim.tv_nsec < twoSteps;
 }
 
 bool sys_isSameFile(const std::string& path, const std::string& file, const FileStatus& status) {

@@ -22,6 +22,8 @@ public:
     static FileStatus Of(const std::string& path) noexcept;
     /// Of the entry `path` itself, which may be a link.
     static FileStatus OfEntry(const std::string& path) noexcept;
+    /// Of the entry `name` of an open directory.
+    static FileStatus OfEntry(int directory, const std::string& name) noexcept;
     /// Of an open file.
     static FileStatus Of(int descriptor) noexcept;
 
@@ -40,11 +42,19 @@ public:
     /// Seconds since 1970.
     time_t Modified() const noexcept { return m_status.st_mtime; }
     uid_t Owner() const noexcept { return m_status.st_uid; }
+    /// True when the owner is root or the user of this process.
+    bool BelongsHere() const noexcept;
     gid_t Group() const noexcept { return m_status.st_gid; }
     mode_t Permissions() const noexcept { return m_status.st_mode & 0777U; }
 
-    /// True when both are present and the same file.
+    /// True when both are present and the same file. Keep that open meanwhile: the number of one that is deleted is
+    /// given to another.
     bool IsSameAs(const FileStatus& other) const noexcept;
+    /// True when the file was written at the same time as `other`.
+    bool HasTimeOf(const FileStatus& other) const noexcept;
+    /// True when the file was written so shortly before now that another write may get the same time. Some systems
+    /// count time in steps of a hundredth of a second.
+    bool IsJustWritten() const noexcept;
 
 private:
     FileStatus(int result, const struct stat& status) noexcept;

@@ -15,17 +15,17 @@ off_t RoundedUp(off_t length, off_t block) noexcept {
     return (length + block - 1) / block * block;
 }
 
-/// The bytes from the start for which the file has blocks without a gap. None of them must be asked for: on a full disk
-/// some file systems refuse even blocks that the file has already.
-off_t OwnRoom(int file, const FileStatus& status, off_t block) noexcept {
+/// True when the file has blocks for all its bytes, without a gap.
+bool HasAllBlocks(int file, const FileStatus& status) noexcept {
     const off_t hole = lseek(file, 0, SEEK_HOLE);
     const bool isEmpty = hole < 0 && errno == ENXIO;
-    const bool isWhole = (isEmpty || hole >= status.Size()) && status.Allocated() >= status.Size();
-    return isWhole ? RoundedUp(status.Size(), block) : 0;
+    return (isEmpty || hole >= status.Size()) && status.Allocated() >= status.Size();
 }
 
+/// The second line is what the filters of containers answer to a call that they do not let through.
 bool CannotReserve(int error) noexcept {
-    return error == EOPNOTSUPP || error == ENOSYS || error == ENODEV;
+    return error == EOPNOTSUPP || error == ENOSYS || error == ENODEV || error == EINVAL || error == EPERM ||
+           error == EACCES;
 }
 
 /// A file system that reports no size reports no free space either, so there is nothing to compare.
@@ -37,10 +37,15 @@ bool FreeSpaceSuffices(const struct statvfs& system, off_t needed) noexcept {
 } // namespace
 
 bool sys_reserve(int file, const FileStatus& status, off_t length) noexcept {
+    const bool hasAll = HasAllBlocks(file, status);
+    if (hasAll && length <= status.Size()) {
+        return true;
+    }
     struct statvfs system = {};
     fstatvfs(file, &system);
     const auto block = static_cast<off_t>(std::max<unsigned long>(system.f_frsize, 1));
-    const off_t own = OwnRoom(file, status, block);
+    // The file's own blocks must not be asked for: on a full disk some file systems refuse even these.
+    const off_t own = hasAll ? RoundedUp(status.Size(), block) : 0;
     if (length <= own || fallocate(file, FALLOC_FL_KEEP_SIZE, own, length - own) == 0) {
         return true;
     }

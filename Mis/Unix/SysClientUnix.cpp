@@ -13,6 +13,7 @@
 
 #include <dirent.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
 namespace {
 
@@ -60,6 +61,10 @@ void DeleteMatching(const char* pattern) {
 
 bool sys_remove(const char* path) {
     return std::remove(path) == 0;
+}
+
+bool sys_removeDirectory(const char* path) {
+    return rmdir(path) == 0;
 }
 
 bool sys_delete(const char* path) {

@@ -16,6 +16,9 @@ bool sys_delete(const char* path);
 /// or "?" in them for a pattern. Returns: true when it was removed.
 bool sys_remove(const char* path);
 
+/// Removes an empty directory. Returns: true when it was removed.
+bool sys_removeDirectory(const char* path);
+
 /// Writes the host's name up to its first "." to `buffer`, which must have room for any node name: 65 bytes on this
 /// platform. `size` is ignored. Returns: 1, or 0 when the system does not tell.
 int sys_getnodename(char* buffer, int size);

@@ -121,8 +121,10 @@ TEST_F(StreamTest, TellsWhyItCannotRead) {
     EXPECT_EQ(stream.ReadRawData(bytes, 1) + stream.WriteRawData(bytes, 1), 0U) << "closed";
     EXPECT_NO_THROW(stream.Flush());
     EXPECT_EQ(Closed(), "nothing") << "closed";
+    const int lowestFree = dup(STDIN_FILENO);
+    close(lowestFree);
     stream.Open("/dev/null", reading);
-    EXPECT_EQ(close(stream.GetDescriptor()), 0);
+    EXPECT_EQ(close(lowestFree), 0);
     EXPECT_EQ(Closed(), "BSTR-E-4148: /dev/null");
 }
 
@@ -136,9 +138,6 @@ TEST_F(StreamTest, SeesLostBytes) {
     EXPECT_LT(stream.WriteRawData(bytes, sizeof bytes), sizeof bytes);
     errno = 0;
     EXPECT_EQ(Closed(), lost) << "an earlier write counts, with its own cause";
-    stream.Open(Descriptor(open("/dev/full", O_RDWR)), "/dev/full");
-    EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
-    EXPECT_EQ(Closed(), lost) << "taken over";
     stream.Open("/dev/null", writing);
     EXPECT_EQ(Closed(), "nothing") << "an error ends with its file";
     VBinaryStream().Open("/dev/null", writing);
