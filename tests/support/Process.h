@@ -15,10 +15,11 @@ struct Outcome {
     std::string output;
 };
 
-/// Seconds until SIGALRM ends a process that a test has started. An emulator gets more.
+/// Seconds after which a process that a test has started is killed. The machine may be busy; an emulator gets more.
 inline constexpr unsigned timeLimit = TIME_LIMIT;
 
-/// A process of its own that runs `program` and ends with what that returns.
+/// A process of its own that runs `program` and ends with what that returns. One that is not over in time is killed, and
+/// the test fails.
 class Child {
 public:
     explicit Child(const std::function<int()>& program);
