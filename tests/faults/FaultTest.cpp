@@ -1,5 +1,4 @@
-// Each outside call in turn fails, or a signal comes before it, until a run is not hit any more. Then neighbours that
-// change the file during a run.
+// Each outside call in turn fails, or a signal comes before it, until a run is not hit any more.
 
 #include "Mis/Unix/FileStatus.h"
 #include "tests/faults/Installation.h"
@@ -23,7 +22,7 @@ struct Fault {
     const char* name;
     unsigned calls;
     Effect effect;
-    int error;  ///< with `act`, the signal that comes
+    int error;  ///< with `act`, the signal that comes; 0 for all that could end the run
     long least; ///< calls that every run makes
     Promise promise;
     std::vector<Case> cases;
@@ -34,34 +33,53 @@ struct Fault {
 const std::vector<Case> kinds = {growth, unregistration, refusal, failedSave};
 const std::vector<Case> kindsAndNoCopy = {growth, unregistration, refusal, failedSave, noCopy, itself};
 
+constexpr unsigned anyOpening = Only(callOpen) | Only(callOpenToWrite);
 constexpr unsigned anyRoom = Only(callWrite) | Only(callRoom);
-constexpr unsigned anyStorage = anyRoom | Only(callSync) | Only(callOpen);
+constexpr unsigned anyStorage = anyRoom | anyOpening | Only(callSync);
 
 using enum Effect;
 using enum Promise;
 
 // clang-format off
 const Fault faults[] = {
-    {"AnyCall",         everyCall,                       fail, EIO,        50, oneFault,  kindsAndNoCopy},
-    {"Missing",         Only(callOpen) | Only(callStat), fail, ENOENT,     20, oneFault,  kinds},
-    {"Denied",          Only(callOpen),                  fail, EACCES,      3, oneFault,  kinds},
-    {"ReadHalf",        Only(callRead),                  half, EIO,         3, oneFault,  kinds},
-    {"DiskFull",        anyStorage,                      fail, ENOSPC,     10, oneFault,  kinds},
-    {"DiskFullHalfway", anyRoom,                         half, ENOSPC,      5, oneFault,  kinds},
-    {"OverQuota",       anyStorage,                      fail, EDQUOT,     10, oneFault,  {growth}},
-    {"CannotReserve",   Only(callRoom),                  fail, EOPNOTSUPP,  1, noFailure, {growth}},
-    {"NeverReserves",   Only(callRoom),                  fail, ENOSYS,      1, noFailure, {growth}},
-    {"CannotSync",      Only(callSync),                  fail, EINVAL,      4, noFailure, {growth}},
-    {"CannotLock",      Only(callLock),                  fail, ENOLCK,      1, noFailure, {growth}},
-    {"Terminated",      everyCall,                       act,  SIGTERM,    50, noSpoilt,  {failedSave}},
-    {"Interrupted",     everyCall,                       act,  SIGINT,     50, noSpoilt,  {growth}},
-    {"HungUp",          everyCall,                       act,  SIGHUP,     50, noSpoilt,  {unregistration}},
-    {"Quit",            everyCall,                       act,  SIGQUIT,    50, noSpoilt,  {unregistration}},
+    {"AnyCall",         everyCall,                   fail, EIO,        50, oneFault,  kindsAndNoCopy},
+    {"Missing",         anyOpening | Only(callStat), fail, ENOENT,     20, oneFault,  kinds},
+    {"Denied",          anyOpening,                  fail, EACCES,      3, oneFault,  kinds},
+    {"ReadHalf",        Only(callRead),              half, EIO,         3, oneFault,  kinds},
+    {"DiskFull",        anyStorage,                  fail, ENOSPC,     10, oneFault,  kinds},
+    {"DiskFullHalfway", anyRoom,                     half, ENOSPC,      5, oneFault,  kinds},
+    {"OverQuota",       anyStorage,                  fail, EDQUOT,     10, oneFault,  {growth}},
+    {"ShortWrites",     Only(callWrite),             less, 0,           5, noFailure, {growth, unregistration}},
+    {"ShortReads",      Only(callRead),              less, 0,           3, noFailure, {growth}},
+    {"CannotReserve",   Only(callRoom),              fail, EOPNOTSUPP,  1, noFailure, {growth}},
+    {"NeverReserves",   Only(callRoom),              fail, ENOSYS,      1, noFailure, {growth}},
+    {"ReservesInvalid", Only(callRoom),              fail, EINVAL,      1, noFailure, {growth}},
+    {"ReservesDenied",  Only(callRoom),              fail, EPERM,       1, noFailure, {growth}},
+    {"ReservesClosed",  Only(callRoom),              fail, EACCES,      1, noFailure, {growth}},
+    {"CannotSync",      Only(callSync),              fail, EINVAL,      4, noFailure, {growth}},
+    {"CannotLock",      Only(callLock),              fail, ENOLCK,      1, noFailure, {growth}},
+    {"Terminated",      everyCall,                   act,  SIGTERM,    50, noSpoilt,  {failedSave}},
+    {"Interrupted",     everyCall,                   act,  SIGINT,     50, noSpoilt,  {growth}},
+    {"HungUp",          everyCall,                   act,  SIGHUP,     50, noSpoilt,  {unregistration}},
+    {"Quit",            everyCall,                   act,  SIGQUIT,    50, noSpoilt,  {unregistration}},
+    {"AnySignal",       everyCall,                   act,  0,          50, noSpoilt,  {growth, failedSave}},
 #ifdef FAULTS_OF_MEMORY
-    {"Memory",          Only(callMemory),                fail, ENOMEM,    200, noSpoilt,  {growth, refusal, failedSave}},
+    {"Memory",          Only(callMemory),            fail, ENOMEM,    200, noSpoilt,  {growth, refusal, failedSave}},
 #endif
 };
 // clang-format on
+
+/// All that end a process, but for SIGKILL and those of its own faults.
+void SendAllSignals() {
+    std::vector<int> signals = {SIGHUP,  SIGINT,  SIGQUIT,   SIGPIPE, SIGALRM,   SIGTERM, SIGUSR1, SIGUSR2,
+                                SIGPOLL, SIGPROF, SIGVTALRM, SIGXCPU, SIGSTKFLT, SIGPWR,  SIGXFSZ};
+    for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
+        signals.push_back(number);
+    }
+    for (const int number : signals) {
+        std::raise(number);
+    }
+}
 
 class FaultTest : public Installation, public testing::WithParamInterface<std::pair<Fault, Case>> {
 protected:
@@ -72,41 +90,63 @@ protected:
         const bool onwards = m_plan->onwards;
         const bool many = onwards || !m_case.failing.empty();
         const bool maySpoil = m_fault.promise == oneFault && many && !m_case.edited.empty();
-        const std::string live = Check(m_case, outcome, LiveWasHidden(), maySpoil);
-        EXPECT_TRUE(live == "new" || m_fault.promise != noFailure);
-        EXPECT_TRUE(live != "old" || onwards || FileStatus::Of(m_live).Allocated() <= m_room);
-        if (m_fault.promise == oneFault) {
-            // A run that may have lost something does not claim success, nor a file put back if that itself is lost.
-            const bool isLost = Did([&](const Step& step) { return IsLost(step); });
-            const bool isLiveLost = Did([&](const Step& step) { return IsLost(step) && step.IsLive(); });
-            EXPECT_TRUE(outcome.status != 0 || !isLost);
-            EXPECT_FALSE(Claims(7945) && isLiveLost && many);
+        const std::string live = Check(m_case, outcome, LiveStaysClosed(), maySpoil);
+        if (m_fault.promise == noFailure) {
+            EXPECT_EQ(live, "new");
+            EXPECT_EQ(outcome.status, 0);
         }
-        const bool mayRemoveCopy = m_case.earlierCopy.empty() || m_plan->FailsBy(EACCES);
-        EXPECT_TRUE(mayRemoveCopy || std::filesystem::exists(m_copy));
+        if (live == "old" && !onwards) {
+            EXPECT_LE(FileStatus::Of(m_live).Allocated(), m_room) << "keeps what it reserved";
+        }
+        if (m_fault.promise == oneFault && outcome.status == 0) {
+            EXPECT_FALSE(MayBeLost()) << "claims what may not be on the disk";
+        }
+        if (m_fault.promise == oneFault && LastSynchronisingFailed()) {
+            EXPECT_FALSE(Tells(7945, outcome)) << "claims that it was put back";
+        }
+        if (m_fault.calls == anyRoom && outcome.status == 0) {
+            EXPECT_TRUE(Tells(4314, outcome) && Tells(7953, outcome) && Tells(7960, outcome)) << "a record is lost";
+        }
     }
 
-    /// True for a hit call without which something may not be on the disk.
-    bool IsLost(const Step& step) const {
-        // The directory of the copy has a "/" at its end where it is opened to be synchronised.
-        const std::string_view path = step.path;
-        const bool opensDirectory = step.IsPlainOpening() && path.find("backups/") != path.npos && path.ends_with('/');
+    /// True when something may not be on the disk: synchronising failed, or the opening of a directory that was not
+    /// synchronised afterwards.
+    bool MayBeLost() const {
         const bool mayStayClosed = m_plan->FailsBy(ENOENT) || m_plan->FailsBy(EACCES);
-        return step.hit && (step.call == "fsync" || (opensDirectory && !mayStayClosed));
+        const auto isLost = [&](const Step& step) {
+            std::string_view directory = step.path;
+            directory.remove_suffix(directory.ends_with('/') ? 1 : 0);
+            const bool isOpening =
+                step.set == callOpen && directory.find("backups") != directory.npos && !directory.ends_with(".qxc");
+            const auto savesIt = [&](const Step& later) {
+                return !later.hit && later.set == callSync && std::string_view(later.path).ends_with(directory);
+            };
+            return step.hit && (step.set == callSync || (isOpening && !mayStayClosed && !Did(savesIt)));
+        };
+        return Did(isLost);
     }
 
-    /// True when the file could not be opened for writing, or was said to be missing and nothing is claimed. A run that
-    /// succeeds reads it through a stream.
-    bool LiveWasHidden() const {
+    bool LastSynchronisingFailed() const {
+        bool failed = false;
+        for (const Step& step : m_plan->Steps()) {
+            failed = step.set == callSync && step.IsLive() ? step.hit : failed;
+        }
+        return failed;
+    }
+
+    /// True when the file was denied to the save, or was said to be missing and nothing is claimed.
+    bool LiveStaysClosed() const {
         return Did([&](const Step& step) {
-            return step.hit && step.IsLive() && (step.IsPlainOpening() || (m_plan->FailsBy(ENOENT) && !Claims(7953)));
+            const bool isDenied = step.OpensLiveToWrite() && m_plan->FailsBy(EACCES);
+            const bool isMissing = step.IsLive() && m_plan->FailsBy(ENOENT) && !Claims(7953);
+            return step.hit && (isDenied || isMissing);
         });
     }
 };
 
 TEST_P(FaultTest, LosesNothing) {
     const auto judge = [&](const Outcome& outcome) { Judge(outcome); };
-    const auto sendSignal = [&] { std::raise(m_fault.error); };
+    const auto sendSignal = [&] { m_fault.error == 0 ? SendAllSignals() : void(std::raise(m_fault.error)); };
     for (const bool onwards : {false, true}) {
         if (!onwards || m_fault.effect != act) {
             ForEachCall(m_case, {m_fault.calls, m_fault.effect, m_fault.error, onwards, sendSignal}, judge,
@@ -129,57 +169,55 @@ INSTANTIATE_TEST_SUITE_P(, FaultTest, testing::ValuesIn(FaultsInCases()), [](con
     return std::string(test.param.second.name) + "_" + test.param.first.name;
 });
 
-using NeighbourTest = Installation;
+/// What comes of an error of the opening for the save.
+struct Opening {
+    const char* name;
+    int error;
+    int status;
+    std::vector<int> records; ///< besides the version and the last ones
+};
 
-// What holds beside other writers: a run that succeeds has made its edit to one whole version of the file, and one that
-// fails leaves what the neighbour made. The copy and a neighbour's edit may be lost. What a neighbour does between the
-// write and the cut is not judged.
-TEST_F(NeighbourTest, LeavesAWholeFile) {
-    const auto append = [&] { std::ofstream(m_live, std::ios::app) << "// more\n"; };
-    const auto cut = [&] { std::filesystem::resize_file(m_live, 900); };
-    for (const auto& neighbour : std::vector<std::function<void()>>{append, cut}) {
-        const auto after = [&](const std::string& text) {
-            WriteFile(m_live, text);
-            neighbour();
-            return ReadFile(m_live);
-        };
-        const std::string editedBefore = after(growth.edited);
-        const std::string changed = after(growth.live);
-        EXPECT_EQ(Run(growth).status, 0);
-        const std::set<std::string> whole = {growth.edited, editedBefore, ReadFile(m_live)};
-        ForEachCall(growth, {everyCall, act, 0, false, neighbour}, [&](const Outcome& outcome) {
-            const bool success = outcome.status == 0;
-            const std::string live = ReadFile(m_live);
-            const bool midSave = Did([](const Step& step) { return step.hit && step.call == "ftruncate64"; });
-            EXPECT_TRUE(midSave || (success ? whole.count(live) == 1 : live == changed)) << live;
-        });
+// clang-format off
+const Opening openings[] = {
+    {"Leased",       EWOULDBLOCK, 0, {7953, 7960}}, // another opening waits
+    {"Denied",       EACCES,      0, {7953, 7960}},
+    {"NotPermitted", EPERM,       0, {7953, 7960}},
+    {"ReadOnly",     EROFS,       0, {7953, 7960}},
+    {"Missing",      ENOENT,      1, {7947}},
+    {"NoDirectory",  ENOTDIR,     1, {7947}},
+    {"Link",         ELOOP,       1, {7947}},
+    {"NoReader",     ENXIO,       1, {7947}},
+    {"Directory",    EISDIR,      1, {7947}},
+    {"DiskFull",     ENOSPC,      1, {4152, 7945}},
+    {"OverQuota",    EDQUOT,      1, {4152, 7945}},
+    {"BadDisk",      EIO,         1, {4152, 7945}},
+    {"StaleHandle",  ESTALE,      1, {4152, 7945}},
+    {"TooManyFiles", EMFILE,      1, {4152, 7945}},
+    {"Interrupted",  EINTR,       1, {4152, 7945}},
+};
+// clang-format on
+
+using OpeningTest = Installation;
+
+TEST_F(OpeningTest, OnlyADeniedSaveIsIgnored) {
+    for (const Opening& opening : openings) {
+        SCOPED_TRACE(opening.name);
+        int hits = 0;
+        ForEachCall(
+            growth, {Only(callOpenToWrite), fail, opening.error},
+            [&](const Outcome& outcome) {
+                if (Did([](const Step& step) { return step.hit && step.OpensLiveToWrite(); })) {
+                    ++hits;
+                    EXPECT_EQ(outcome.status, opening.status);
+                    EXPECT_EQ(Live(growth), opening.error == EWOULDBLOCK ? "new" : "old");
+                    for (const int record : opening.records) {
+                        EXPECT_TRUE(Claims(record)) << record;
+                    }
+                }
+            },
+            1);
+        EXPECT_EQ(hits, 1);
     }
-}
-
-// With passwords in it, a file that is made anew is for its owner only.
-TEST_F(NeighbourTest, AVanishedFileComesBackPrivate) {
-    const auto remove = [&] { std::filesystem::remove(m_live); };
-    std::set<std::string> found;
-    bool synchronised = false;
-    ForEachCall(growth, {everyCall, act, 0, false, remove}, [&](const Outcome&) {
-        if (std::filesystem::exists(m_live)) {
-            EXPECT_TRUE(IsPrivate(m_live));
-            found.insert(Live(growth));
-            synchronised |= Did([&](const Step& step) { return step.call == "fsync" && step.path == m_dir / "agent"; });
-        }
-    });
-    EXPECT_TRUE(synchronised);
-    EXPECT_EQ(found, (std::set<std::string>{"new", "old"}));
-}
-
-// What changes before the restored bytes are synchronised is seen when they are read again.
-TEST_F(NeighbourTest, ARestoreClaimsWhatItHasRead) {
-    const auto append = [&] { std::ofstream(m_live, std::ios::app) << "// more\n"; };
-    ForEachCall(failedSave, {everyCall, act, 0, false, append}, [&](const Outcome&) {
-        const bool inTime = Did(
-            [&](const Step& step) { return step.number >= m_plan->first && step.call == "fsync" && step.IsLive(); });
-        EXPECT_TRUE(!inTime || !Claims(7945) || ReadFile(m_live) == ReadFile(m_copy));
-    });
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ inline const Case noCopy =         {"NoCopy",     "-r", "ORACLE",      original,
 inline const Case itself =         {"Itself",     "-r", "ORACLE",      original,                 "",           "",                     "agent/Global.qxc"};
 // clang-format on
 
+/// Somebody who is neither root nor runs the tool.
+constexpr uid_t stranger = 4321;
+
 /// A scratch installation, its backup directory, its run log, and the plan of its runs.
 class Installation : public testing::Test {
 protected:
@@ -48,26 +52,37 @@ protected:
     /// Shows the last run if it has failed.
     ~Installation() override;
 
-    /// Ends the test when a run has failed; otherwise lays the files anew.
+    /// Ends the test when a run has failed; otherwise lays the files anew. The file is old, so that a change shows.
     void Lay(const Case& run);
     Outcome Run(const Case& run, const Plan& plan = {}) const;
     /// Hits each call in turn until a run is not hit any more, which must make more calls than `least`. Each run finds
     /// new files and is judged.
     void ForEachCall(const Case& run, Plan plan, const std::function<void(const Outcome&)>& judge, long least = 50);
+    /// As above. The event comes before each call in turn.
+    void BeforeEachCall(const Case& run, const std::function<void()>& event,
+                        const std::function<void(const Outcome&)>& judge) {
+        ForEachCall(run, {everyCall, Effect::act, 0, false, event}, judge);
+    }
 
-    /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, or "other".
+    /// Returns: "old", "new", "new, uncut" with line feeds in the place of what is to be cut, "old, cut" to the length
+    /// of the new text, or "other".
     static std::string Known(const Case& run, const std::string& text);
     std::string Live(const Case& run) const { return Known(run, ReadFile(m_live)); }
     bool HasWholeCopy(const Case& run) const;
     bool Claims(int record) const; ///< true when the log holds it
+    /// True when the log holds the record, or standard error does.
+    bool Tells(int record, const Outcome& outcome) const;
     static bool IsPrivate(const std::string& path);
-    /// True when `what` holds for a call of the last run.
-    bool Did(const std::function<bool(const Step&)>& what) const;
-    /// Expects that the exit status and the log tell the truth about the bytes, that nobody else can read the copy or
-    /// the log, and that nothing is left behind. `untouched`: there is a reason for a run that succeeds to leave the
-    /// file as it was. Returns: what the file holds.
+    /// Returns: the number among all calls of the last run, from 0, of the first for which `what` holds, not before
+    /// `from`; `never` when there is none.
+    std::size_t First(const std::function<bool(const Step&)>& what, std::size_t from = 0) const;
+    bool Did(const std::function<bool(const Step&)>& what) const { return First(what) != never; }
+    /// Expects that the exit status and the log tell the truth about the bytes, that a run that fails says why, that no
+    /// copy is in pieces, that nobody else can read the copy or the log, and that nothing is left behind. `untouched`:
+    /// there is a reason for a run that succeeds to leave the file as it was. Returns: what the file holds.
     std::string Check(const Case& run, const Outcome& outcome, bool untouched = false, bool maySpoil = false) const;
 
+    static constexpr std::size_t never = SIZE_MAX;
     const TempDir m_dir;
     const bool m_mounted; ///< m_dir is a file system of its own, in memory; not permitted everywhere
     const std::string m_live = m_dir / "agent/Global.qxc";
@@ -79,6 +94,8 @@ protected:
     Plan* const m_plan;                                                ///< of the last run
 
 private:
+    std::string LastFault(const Case& run) const;
     std::string CallsAndLog() const;
-    void CheckOtherFiles(const Case& run) const;
+    void CheckCopy(const Case& run) const;
+    void CheckOtherFiles(const Case& run, bool isOver) const;
 };

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <string>
 #include <utility>
 
 #include <dlfcn.h>
@@ -29,14 +30,37 @@ namespace {
 
 using Path = const char*;
 
+/// A name below an open directory.
+struct At {
+    int directory;
+    Path path;
+};
+
 void Describe(Step& step, Path path) {
     std::strncpy(step.path, path, sizeof step.path - 1);
+    step.byName = true;
 }
 
 void Describe(Step& step, int descriptor) {
     char link[32];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
     static_cast<void>(NEXT(readlink)(link, step.path, sizeof step.path - 1));
+}
+
+/// Without a name, the call is about the open file itself.
+void Describe(Step& step, At at) {
+    const std::string name = at.path == nullptr ? "" : at.path;
+    std::string path = name;
+    if (at.directory != AT_FDCWD && !name.starts_with('/')) {
+        Describe(step, at.directory);
+        path = step.path + (name.empty() ? "" : "/" + name);
+    }
+    Describe(step, path.c_str());
+    step.byName = !name.empty();
+}
+
+constexpr Call Opening(int flags) {
+    return (flags & O_PATH) != 0 ? callStat : (flags & O_ACCMODE) == O_RDONLY ? callOpen : callOpenToWrite;
 }
 
 /// Returns: true when the call that is hit is to fail.
@@ -58,10 +82,10 @@ template <class Subject> bool Hit(Call call, Path name, Subject subject) {
     Plan& plan = *runPlan;
     // The last step is for calls of memory, which are not kept, and for those beyond the room.
     Step& step = plan.steps[plan.stepCount];
-    step = {0, false, name, {}};
-    if (call != callMemory) {
+    step = {0, false, call, name, false, {}};
+    if (call != callMemory && plan.stepCount + 1 < std::size(plan.steps)) {
         Describe(step, subject);
-        plan.stepCount = std::min(plan.stepCount + 1, std::size(plan.steps) - 1);
+        ++plan.stepCount;
     }
     if ((plan.calls & Only(call)) != 0) {
         step.number = ++plan.reached;
@@ -74,9 +98,14 @@ template <class Subject> bool Hit(Call call, Path name, Subject subject) {
     return fails || failsBesides;
 }
 
-/// True when the call that was hit just now is the one to be done by half.
+/// True when the call that was hit just now is to be done in part.
 bool Halved() {
-    return runPlan->effect == Effect::half && runPlan->reached == runPlan->first;
+    return runPlan->effect == Effect::less || (runPlan->effect == Effect::half && runPlan->reached == runPlan->first);
+}
+
+/// Of a call that was hit.
+std::size_t Part(std::size_t size) {
+    return runPlan->effect == Effect::less ? std::max<std::size_t>(size / 2, std::min<std::size_t>(size, 1)) : size / 2;
 }
 
 int DescriptorOf(void* cookie) {
@@ -87,9 +116,14 @@ ssize_t Read(void* cookie, char* buffer, std::size_t size) {
     return read(DescriptorOf(cookie), buffer, size);
 }
 
-/// Returns: 0, not -1, on failure: a short count sets the stream's error flag.
+/// Goes on after a short count, as the C library does. Returns: 0, not -1, on failure: that sets the stream's error
+/// flag.
 ssize_t Write(void* cookie, const char* buffer, std::size_t size) {
-    return std::max<ssize_t>(0, write(DescriptorOf(cookie), buffer, size));
+    std::size_t written = 0;
+    for (ssize_t count = 1; count > 0 && written < size; written += static_cast<std::size_t>(count)) {
+        count = std::max<ssize_t>(0, write(DescriptorOf(cookie), buffer + written, size - written));
+    }
+    return static_cast<ssize_t>(written);
 }
 
 int Seek(void* cookie, off64_t* offset, int whence) {
@@ -116,7 +150,9 @@ std::FILE* CountedStream(int descriptor, Path mode) {
 extern "C" {
 
 std::FILE* fopen64(Path path, Path mode) {
-    std::FILE* const plain = Hit(callOpen, "fopen64", path) ? nullptr : NEXT(fopen64)(path, mode);
+    const bool reads = std::strspn(mode, "rtbem") == std::strlen(mode);
+    const bool hit = Hit(reads ? callOpen : callOpenToWrite, "fopen64", path);
+    std::FILE* const plain = hit ? nullptr : NEXT(fopen64)(path, mode);
     if (runPlan == nullptr || plain == nullptr) {
         return plain;
     }
@@ -137,13 +173,24 @@ ssize_t read(int descriptor, void* buffer, std::size_t size) {
     if (!hit || count < 0) {
         return count;
     }
-    NEXT(lseek64)(descriptor, count / 2 - count, SEEK_CUR);
-    return count / 2;
+    const auto part = static_cast<ssize_t>(Part(static_cast<std::size_t>(count)));
+    NEXT(lseek64)(descriptor, part - count, SEEK_CUR);
+    return part;
+}
+
+ssize_t pread64(int descriptor, void* buffer, std::size_t size, off64_t offset) {
+    const bool hit = Hit(callRead, "pread64", descriptor);
+    return hit && !Halved() ? -1 : NEXT(pread64)(descriptor, buffer, hit ? Part(size) : size, offset);
 }
 
 ssize_t write(int descriptor, const void* buffer, std::size_t size) {
     const bool hit = Hit(callWrite, "write", descriptor);
-    return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? size / 2 : size);
+    return hit && !Halved() ? -1 : NEXT(write)(descriptor, buffer, hit ? Part(size) : size);
+}
+
+ssize_t pwrite64(int descriptor, const void* buffer, std::size_t size, off64_t offset) {
+    const bool hit = Hit(callWrite, "pwrite64", descriptor);
+    return hit && !Halved() ? -1 : NEXT(pwrite64)(descriptor, buffer, hit ? Part(size) : size, offset);
 }
 
 int fallocate64(int descriptor, int mode, off64_t offset, off64_t length) {
@@ -166,6 +213,12 @@ int nanosleep(const timespec* time, timespec* left) {
     return Hit(callOther, "nanosleep", "") ? -1 : 0;
 }
 
+int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const int result = NEXT(clock_gettime)(clock, time);
+    time->tv_sec += runPlan == nullptr ? 0 : runPlan->slept / 1000;
+    return result;
+}
+
 #ifdef FAULTS_OF_MEMORY
 void* malloc(std::size_t size) noexcept {
     static const auto next = NEXT(malloc);
@@ -184,13 +237,17 @@ void* malloc(std::size_t size) noexcept {
 
 // NOLINTBEGIN(bugprone-reserved-identifier,performance-no-int-to-ptr)
 int __open64_2(Path, int); // where the compiler checks the flags
+int __openat64_2(int, Path, int);
 
 // clang-format off
-COUNTED(callOpen,  int,     open64,      (Path p, int flags, mode_t mode),              p,  p, flags, mode)
-COUNTED(callOpen,  int,     __open64_2,  (Path p, int flags),                           p,  p, flags)
+COUNTED(Opening(flags), int, open64,       (Path p, int flags, mode_t mode),            p,         p, flags, mode)
+COUNTED(Opening(flags), int, __open64_2,   (Path p, int flags),                         p,         p, flags)
+COUNTED(Opening(flags), int, openat64,     (int f, Path p, int flags, mode_t mode),     (At{f, p}), f, p, flags, mode)
+COUNTED(Opening(flags), int, __openat64_2, (int f, Path p, int flags),                  (At{f, p}), f, p, flags)
 COUNTED(callStat,  int,     stat64,      (Path p, struct stat64* s),                    p,  p, s)
 COUNTED(callStat,  int,     lstat64,     (Path p, struct stat64* s),                    p,  p, s)
 COUNTED(callStat,  int,     fstat64,     (int f, struct stat64* s),                     f,  f, s)
+COUNTED(callStat,  int,     fstatat64,   (int f, Path p, struct stat64* s, int flags),  (At{f, p}), f, p, s, flags)
 COUNTED(callStat,  int,     fstatfs64,   (int f, struct statfs64* s),                   f,  f, s)
 COUNTED(callStat,  int,     fstatvfs64,  (int f, struct statvfs64* s),                  f,  f, s)
 COUNTED(callLock,  int,     flock,       (int f, int how),                              f,  f, how)
@@ -200,7 +257,8 @@ COUNTED(callOther, off64_t, lseek64,     (int f, off64_t offset, int from),     
 COUNTED(callOther, int,     close,       (int f),                                       f,  f)
 COUNTED(callOther, int,     fchmod,      (int f, mode_t mode),                          f,  f, mode)
 COUNTED(callOther, int,     fchown,      (int f, uid_t user, gid_t group),              f,  f, user, group)
-COUNTED(callOther, int,     utimensat,   (int f, Path p, const timespec* t, int flags), p,  f, p, t, flags)
+COUNTED(callOther, int,     utimensat,   (int f, Path p, const timespec* t, int flags), (At{f, p}), f, p, t, flags)
+COUNTED(callOther, int,     futimens,    (int f, const timespec* t),                    f,  f, t)
 COUNTED(callOther, ssize_t, getxattr,    (Path p, Path key, void* to, size_t size),     p,  p, key, to, size)
 COUNTED(callOther, ssize_t, fgetxattr,   (int f, Path key, void* to, size_t size),      f,  f, key, to, size)
 COUNTED(callOther, int,     fremovexattr, (int f, Path key),                            f,  f, key)
@@ -210,6 +268,9 @@ COUNTED(callStat,  int,     access,      (Path p, int mode),                    
 COUNTED(callOther, int,     mkdir,       (Path p, mode_t mode),                         p,  p, mode)
 COUNTED(callOther, int,     remove,      (Path p),                                      p,  p)
 COUNTED(callOther, int,     unlink,      (Path p),                                      p,  p)
+COUNTED(callOther, int,     unlinkat,    (int f, Path p, int flags),                    (At{f, p}), f, p, flags)
+COUNTED(callOther, int,     rename,      (Path from, Path p),                           p,  from, p)
+COUNTED(callOther, int,     renameat,    (int from, Path old, int f, Path p),           (At{f, p}), from, old, f, p)
 COUNTED(callOther, int,     uname,       (utsname* host),                               "", host)
 COUNTED(callOther, int,     getrlimit64, (__rlimit_resource_t what, rlimit64* limit),   "", what, limit)
 COUNTED(callOther, int,     sigprocmask, (int how, const sigset_t* s, sigset_t* old),   "", how, s, old)
