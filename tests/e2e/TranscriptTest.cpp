@@ -57,6 +57,9 @@ TEST_P(Transcript, IsWhatHappens) {
     const std::string transcript = ReadFile(GetParam());
     const std::vector<std::smatch> steps(std::sregex_iterator(transcript.begin(), transcript.end(), step), {});
     ASSERT_FALSE(steps.empty());
+    if (geteuid() != 0 && transcript.find("chown") != std::string::npos) {
+        GTEST_SKIP() << "only root makes what belongs to others";
+    }
     ASSERT_THAT("\n" + std::regex_replace(transcript, step, ""), testing::Not(testing::HasSubstr("\n ")))
         << "belongs nowhere";
 
