@@ -18,7 +18,20 @@ namespace {
 /// The longest line of a configuration has room here, even if each of its bytes is written as a reference.
 constexpr std::size_t largestLog = 512UL * 1024 * 1024;
 
-constexpr std::string_view notWhole = "The log is not whole";
+// clang-format off
+/// What a run did, by two of its records: the first row that has both counts.
+constexpr struct {
+    MessageId end;
+    MessageId detail;
+    const char* sentence;
+} outcomes[] = {
+    {msgSucceeded, msgConfigurationSaved, "Succeeded: the configuration is written, unless it cannot be opened for writing or may not grow so long."},
+    {msgSucceeded, msgSucceeded,          "Succeeded: there is no configuration, so there was nothing to do."},
+    {msgFailed,    msgRolledBack,         "Failed: the configuration is as it was before."},
+    {msgFailed,    msgRollbackFailed,     "Failed: the configuration may not be as it was; compare it with the copy."},
+    {msgFailed,    msgFailed,             "Failed: what became of the configuration is not known."},
+};
+// clang-format on
 
 bool Is(const LogRecord& record, const MessageId& message) {
     return record.number == message.number && record.module == msg_mod2str(message.module);
@@ -36,21 +49,16 @@ public:
     }
 
     bool Has(const MessageId& message) const { return m_numbers.contains(message.number); }
-    bool HasEnded() const { return Has(msgSucceeded) || Has(msgFailed); }
     /// True when nothing is missing at the beginning and at the end.
     bool IsWhole() const { return Has(msgVersion) && (Has(msgSucceeded) || Has(msgCommandLine)); }
 
-    std::string_view Outcome() const {
-        if (Has(msgSucceeded)) {
-            return Has(msgConfigurationSaved) ? "Succeeded: the configuration is written, unless it cannot be opened "
-                                                "for writing or may not grow so long."
-                                              : "Succeeded: there is no configuration, so there was nothing to do.";
+    std::string Outcome() const {
+        for (const auto& row : outcomes) {
+            if (Has(row.end) && Has(row.detail)) {
+                return row.sentence;
+            }
         }
-        if (Has(msgRolledBack)) {
-            return "Failed: the configuration is as it was before.";
-        }
-        return Has(msgRollbackFailed) ? "Failed: the configuration may not be as it was; compare it with the copy."
-                                      : "Failed: what became of the configuration is not known.";
+        return "How the run ended is not known.";
     }
 
 private:
@@ -124,12 +132,7 @@ void WriteUnread(const std::string& log, int number, std::string_view line, bool
 }
 
 void WriteOutcome(const Run& run, bool whole, bool json) {
-    std::string told(run.HasEnded() ? run.Outcome() : notWhole);
-    if (!run.HasEnded()) {
-        told += ": how the run ended is not known.";
-    } else if (!whole) {
-        told.append(" ").append(notWhole) += '.';
-    }
+    const std::string told = run.Outcome() + (whole ? "" : " The log is not whole.");
     if (json) {
         writeObject({{"succeeded", run.Has(msgSucceeded)}, {"whole", whole}, {"text", told}});
     } else {
