@@ -184,10 +184,6 @@ protected:
             GTEST_SKIP() << "only root gives files away";
         }
     }
-    static void CopyAsUser() {
-        const AsUser user;
-        Copy();
-    }
 };
 
 TEST_F(BackupByRoot, VanishedFilesGetTheCopysAccess) {
@@ -222,72 +218,6 @@ TEST_F(BackupByRoot, CopiesAreClosedLikeTheirSource) {
         EXPECT_EQ(AccessOf("copies/first"), row.copy) << row.name;
         EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << row.name;
     }
-}
-
-TEST_F(BackupByRoot, StrangersDoNotKeepCopiesOpen) {
-    const std::string earlier = "an earlier and longer copy";
-    WriteFile("copies/first", earlier);
-    Give("copies/first", 0644, 9);
-    std::ifstream opened("copies/first");
-    Copy();
-    EXPECT_EQ(opened.seekg(0, std::ios::end).tellg(), static_cast<long>(earlier.size())) << "what was open then";
-    EXPECT_EQ(ReadFile("copies/first"), "spoilt first");
-}
-
-// Root opens and closes whatever there is. Others replace it, and cannot give it away.
-TEST_F(BackupByRoot, UsersReplaceEarlierCopies) {
-    SetMode(".", 0711);
-    Give("live", 0700, nobody);
-    Give("copies", 0700, nobody);
-    const std::tuple<uid_t, mode_t, uid_t> rows[] = {
-        {nobody, 0400, nobody},
-        {nobody, 0400, 7},
-        {7, 0666, 7},
-    };
-    for (const auto& [source, mode, owner] : rows) {
-        Give("live/first", 0644, source);
-        Give("copies/first", mode, owner);
-        CopyAsUser();
-        EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << mode << ' ' << owner;
-        EXPECT_EQ(AccessOf("copies/first"), "600 65534 " + std::to_string(getegid())) << mode << ' ' << owner;
-    }
-}
-
-TEST_F(BackupByRoot, CopiesFollowTrustedLinksOnly) {
-    const auto copy = [] { return Thrown(CopyAsUser); };
-    const char* const refused = "BSTR-E-4145: copies/first";
-    SetMode(".", 0711);
-    WriteFile("elsewhere/target", "target");
-    fs::remove("copies/first");
-    fs::create_symlink("../elsewhere/link", "copies/first");
-    fs::create_symlink("target", "elsewhere/link");
-    for (const char* path : {"elsewhere/target", "live/first", "copies"}) {
-        Give(path, 0700, nobody);
-    }
-    EXPECT_EQ(copy(), "nothing") << "anybody follows the links of root";
-    EXPECT_EQ(ReadFile("elsewhere/target"), "spoilt first");
-    WriteFile("elsewhere/target", "target");
-    EXPECT_EQ(lchown("elsewhere/link", 7, 8), 0);
-    EXPECT_EQ(copy(), refused) << "a stranger's link";
-    EXPECT_EQ(Thrown(Copy), refused) << "a stranger's link";
-    EXPECT_EQ(ReadFile("elsewhere/target"), "target");
-    fs::remove("copies/first");
-    EXPECT_EQ(mkfifo("copies/first", 0600), 0);
-    EXPECT_EQ(copy(), refused) << "a pipe";
-}
-
-TEST_F(BackupByRoot, NoFileIsItsOwnCopy) {
-    const auto copy = [] {
-        const AsUser user;
-        backupFile("live/", "first", "live/", "", false);
-    };
-    SetMode(".", 0711);
-    Give("live/first", 0400, nobody);
-    EXPECT_EQ(Thrown(copy), "BSTR-E-4145: live/first");
-    fs::remove("copies/first");
-    fs::create_symlink("../live/first", "copies/first");
-    EXPECT_EQ(Thrown(Copy), "BSTR-E-4145: copies/first");
-    EXPECT_EQ(ReadFile("live/first"), "spoilt first");
 }
 
 TEST_F(Backup, AccessListsLeaveOnlyTheOwner) {
