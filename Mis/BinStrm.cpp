@@ -1,8 +1,8 @@
 #include "Mis/BinStrm.h"
 
 #include "Mis/Report.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SysClientUnix.h"
-#include "classlib/File.h"
 
 #include <cassert>
 #include <cerrno>
@@ -62,10 +62,11 @@ void VBinaryStream::OpenToRead(const char* filespec) {
 void VBinaryStream::OpenToUpdate(const char* filespec) {
     m_file = sys_fopen(filespec, "r+b", 0);
     m_openKind = OpenKind::update;
-    if (m_file == nullptr && !txccl::File::exists(m_name)) {
-        if (errno == EACCES) {
-            err_fail(msgSearchFailed);
-        }
+    const Presence presence = m_file != nullptr ? Presence::present : FileStatus::OfEntry(m_name).GetPresence();
+    if (presence == Presence::unknown) {
+        err_fail(msgSearchFailed);
+    }
+    if (presence == Presence::missing) {
         // "x" refuses a file that has appeared meanwhile, so that its content is not lost.
         m_file = sys_fopen(filespec, "w+bx", 0);
     }

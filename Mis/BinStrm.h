@@ -24,8 +24,8 @@ public:
     virtual ~VBinaryStream();
 
     /// Opens a file. For reading, throws VI18NFileNotFoundError when it is missing, else 4144; for writing, 4145. In
-    /// UpdateMode, throws 4159 (no parameter) when the directory of a file that seems missing cannot be searched. A
-    /// mode outside of the enumeration opens nothing.
+    /// UpdateMode, throws 4159 (no parameter) when the system cannot tell whether the file is there. A mode outside of
+    /// the enumeration opens nothing.
     void Open(const char* filespec, AccessMode mode);
     /// Closes in any case. Throws 4152 as Flush does, else 4148 when closing failed.
     void Close();

@@ -1,6 +1,7 @@
 #include "Mis/Log.h"
 
 #include "Mis/Dat.h"
+#include "Mis/LogAccess.h"
 #include "Mis/Report.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/SafeOpen.h"
@@ -220,6 +221,14 @@ int WriteToBlock(const std::string& line, logblk* block) {
     return isWritten ? 1 : 0;
 }
 
+/// Flushes a line even where flushExpiredLines would wait.
+int WriteAtOnce(const std::string& line, logblk* block) {
+    const unsigned char before = std::exchange(block->flushEveryLine, 1);
+    const int written = WriteToBlock(line, block);
+    block->flushEveryLine = before;
+    return written;
+}
+
 int WriteToConsole(std::string& line) {
     gui_show(0, line.data());
     return 1;
@@ -290,7 +299,7 @@ int I18N_log_show(std::string* text, const logopt* opt, char severity) {
     UpdateLogStatistics(severity);
     std::string line = *text;
     if (opt == nullptr) {
-        return g_logopt.block == nullptr ? WriteToConsole(line) : WriteToBlock(line, g_logopt.block);
+        return g_logopt.block == nullptr ? WriteToConsole(line) : WriteAtOnce(line, g_logopt.block);
     }
     constexpr std::size_t longestIdentified = 1022;
     if (opt->identity != nullptr && line.size() > longestIdentified) {

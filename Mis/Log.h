@@ -1,9 +1,6 @@
 #pragma once
 
-#include "Mis/Unix/FileAccess.h"
-
 #include <cstdio>
-#include <optional>
 #include <string>
 
 /// The run log: the text file into which everything is reported. One is open at a time.
@@ -39,9 +36,6 @@ extern int nLogFiles;           ///< files in the ring
 extern int currLogFileNo;       ///< the file of the ring chosen last, from 0
 extern bool bAtLeastOneOpen;    ///< a log has been opened since the last close
 extern logopt g_logopt;
-/// Who may read the logs that are opened from now on. A new log is given this access less what the umask takes, one
-/// that is continued is narrowed to it unless it has further names. Without a value the umask decides on new ones.
-extern std::optional<FileAccess> g_logAccess;
 
 /// A file of the numbered ring.
 struct logfilelist {
@@ -55,8 +49,8 @@ struct logfilelist {
 /// Opens `name` in `dir`: truncated when `mode` is 1, else appended to. The numbered mode always appends, to the file
 /// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed.
 ///
-/// A file is truncated if it has one name, belongs to root, to this user or to the owner of g_logAccess, and is no
-/// wider than that. Any other file is removed and made anew, since others may have it open; one that cannot be removed
+/// A file is truncated if it has one name, belongs to root, to this user or to the owner of g_logAccess (LogAccess.h),
+/// and is no wider than that. Any other file is removed and made anew, since others may have it open; one that cannot be removed
 /// is narrowed if it has one name and belongs to root or to this user. A device or a pipe is written as it is.
 ///
 /// Returns: false when the file cannot be opened so, is a FIFO, or lies behind a link of another user than root and

@@ -13,8 +13,7 @@
 namespace {
 
 void DeleteSource(const std::string& directory, const std::string& fileName) {
-    // Not sys_delete, which would take "*" or "?" in the name for a pattern. The answer is never below 0, so this
-    // branch never runs: a source that cannot be deleted is not reported.
+    // The answer is never below 0, so this branch never runs: a source that cannot be deleted is not reported.
     const int result = sys_remove((directory + fileName).c_str()) ? 1 : 0;
     if (result < 0) {
         msg_log(msgSourceNotDeleted, txccl::FilenameHelper::join(directory, fileName).c_str());

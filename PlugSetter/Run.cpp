@@ -1,6 +1,7 @@
 #include "PlugSetter/Run.h"
 
 #include "Mis/Log.h"
+#include "Mis/LogAccess.h"
 #include "Mis/Report.h"
 #include "Mis/Unix/Dsk.h"
 #include "Mis/Unix/FileAccess.h"
@@ -38,7 +39,6 @@ int DeletePlace(std::string place) {
     if (entry.GetPresence() == Presence::missing || HoldsConfiguration(place, entry)) {
         return 0;
     }
-    // Not sys_delete, which would take "*" or "?" in the name for a pattern.
     const bool isDeleted = entry.IsDirectory() ? sys_removeDirectory(place.c_str()) : sys_remove(place.c_str());
     return isDeleted ? 1 : 0;
 }

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "Mis/Unix/FileAccess.h"
+
+#include <optional>
+
+/// Who may read the logs that are opened from now on. A new log is given this access less what the umask takes, one
+/// that is continued is narrowed to it unless it has further names. Without a value the umask decides on new ones.
+extern std::optional<FileAccess> g_logAccess;
