@@ -50,8 +50,9 @@ struct logfilelist {
 /// that batutil_GetNextFilename chooses. Close a log that is open first; otherwise its stream is never closed.
 ///
 /// A file is truncated if it has one name, belongs to root, to this user or to the owner of g_logAccess (LogAccess.h),
-/// and is no wider than that. Any other file is removed and made anew, since others may have it open; one that cannot be removed
-/// is narrowed if it has one name and belongs to root or to this user. A device or a pipe is written as it is.
+/// and is no wider than that. Any other file is removed and made anew, since others may have it open; one that cannot
+/// be removed is narrowed if it has one name and belongs to root or to this user. A device or a pipe is written as it
+/// is.
 ///
 /// Returns: false when the file cannot be opened so, is a FIFO, or lies behind a link of another user than root and
 /// this one. Records then go where they went before.

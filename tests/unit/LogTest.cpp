@@ -133,6 +133,8 @@ TEST_F(LogTest, IsWrittenRecordByRecord) {
 
 TEST_F(LogTest, TakesRecordsWithoutALogger) {
     Open();
+    g_logopt.block->flushEveryLine = 0;
+    g_logopt.block->lines = 100; // no flush is due
     Logger* const before = std::exchange(Message::s_defaultLogger, nullptr);
     Message::LogMsg(7, "UTIL", SeverityError, VString("a"), std::string("b"), 3LL);
     Message::s_defaultLogger = before;
