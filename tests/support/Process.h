@@ -18,8 +18,8 @@ struct Outcome {
 /// Seconds after which a process that a test has started is killed. The machine may be busy; an emulator gets more.
 inline constexpr unsigned timeLimit = TIME_LIMIT;
 
-/// A process of its own that runs `program` and ends with what that returns. One that is not over in time is killed, and
-/// the test fails.
+/// A process of its own that runs `program` and ends with what that returns. One that is not over in time is killed,
+/// and the test fails.
 class Child {
 public:
     explicit Child(const std::function<int()>& program);
