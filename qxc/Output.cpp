@@ -69,10 +69,10 @@ bool finishOutput() {
     return outputError == 0;
 }
 
-void writeError(const std::string& line) {
+void writeError(std::string_view line) {
     // Where both streams go to one place, the lines stay in order.
     Flush();
-    std::fputs((line + "\n").c_str(), stderr);
+    std::fputs((std::string(line) + "\n").c_str(), stderr);
 }
 
 void complain(std::string_view subject, std::string_view problem) {

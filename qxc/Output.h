@@ -16,6 +16,6 @@ void writeObject(const nlohmann::ordered_json& object);
 bool finishOutput();
 
 /// Writes a line to standard error.
-void writeError(const std::string& line);
+void writeError(std::string_view line);
 /// Says there what is wrong with a file or an argument.
 void complain(std::string_view subject, std::string_view problem);

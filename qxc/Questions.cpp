@@ -2,7 +2,6 @@
 
 #include "Mis/TaskData.h"
 #include "Mis/Unix/TextInput.h"
-#include "classlib/String.h"
 #include "qxc/Output.h"
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -18,39 +18,33 @@ namespace {
 constexpr std::string_view fileTooLong = "file above 64 MiB";
 static_assert(largestTaskFile == 64 * 1024 * 1024);
 
-std::string Refusal(const std::string& file, const VTaskData& data, std::string_view cause) {
+using Say = void (*)(std::string_view line);
+
+Answer Refuse(const std::string& file, const VTaskData& data, std::string_view cause, Say say) {
     std::string text;
     data.GetErrorLine(text);
-    return escaped(file + ':' + std::to_string(data.GetErrorLine()) + ": " + text + ": ").append(cause);
+    say(escaped(file + ':' + std::to_string(data.GetErrorLine()) + ": " + text + ": ").append(cause));
+    return answerNo;
 }
 
-/// Loads a file into the empty `data`. With answerNo, `refusal` says why; answerUnknown is complained about.
-Answer Load(const std::string& file, VTaskData& data, std::string& refusal) {
+/// Loads a file into the empty `data`. Says why it is refused, and on standard error why it cannot be read.
+Answer Load(const std::string& file, VTaskData& data, Say say) {
     std::string text;
     const int error = sys_readToEnd(file, largestTaskFile, text);
     if (error == EFBIG) {
-        refusal = Refusal(file, data, fileTooLong);
-        return answerNo;
+        return Refuse(file, data, fileTooLong, say);
     }
     if (error != 0) {
         complain(file, std::strerror(error));
         return answerUnknown;
     }
-    if (data.Deserialize(text, false)) {
-        return answerYes;
-    }
-    refusal = Refusal(file, data, task_refusalText(data.GetErrorCause()));
-    return answerNo;
+    return data.Deserialize(text, false) ? answerYes : Refuse(file, data, task_refusalText(data.GetErrorCause()), say);
 }
 
 /// Loads the file that the first operand names. Returns: none, after saying why, when there is nothing to ask of it.
 std::optional<VTaskData> Loaded(const Request& request) {
     VTaskData data(request.operands.front(), true);
-    std::string refusal;
-    const Answer answer = Load(request.operands.front(), data, refusal);
-    if (answer == answerNo) {
-        writeError(refusal);
-    }
+    const Answer answer = Load(request.operands.front(), data, writeError);
     return answer == answerYes ? std::optional(std::move(data)) : std::nullopt;
 }
 
@@ -75,12 +69,7 @@ Answer checkFiles(const Request& request) {
     Answer worst = answerYes;
     for (const std::string& file : request.operands) {
         VTaskData data(file, true);
-        std::string refusal;
-        const Answer answer = Load(file, data, refusal);
-        if (answer == answerNo) {
-            writeLine(refusal);
-        }
-        worst = std::max(worst, answer);
+        worst = std::max(worst, Load(file, data, writeLine));
     }
     return worst;
 }

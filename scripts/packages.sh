@@ -13,7 +13,7 @@ missing_packages() {
 need() {
     command -v dpkg-query >/dev/null || {
         echo "This script is for Debian, whose packages it installs. Elsewhere install a compiler of C++20, CMake 3.25, Ninja," >&2
-        echo "libcrypto with its headers and, for the tests, GoogleTest and Expat. Then:" >&2
+        echo "libcrypto with its headers, Expat and nlohmann-json for qxc and, for the tests, Expat and GoogleTest. Then:" >&2
         echo "cmake --preset release && cmake --build --preset release && ctest --preset release" >&2
         exit 1
     }
