@@ -13,6 +13,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+const unsigned timeLimit = TIME_LIMIT;
+
 namespace {
 
 /// What started the tests may have ignored or held signals, or set a umask that nobody expects.

@@ -16,7 +16,7 @@ struct Outcome {
 };
 
 /// Seconds after which a process that a test has started is killed. The machine may be busy; an emulator gets more.
-inline constexpr unsigned timeLimit = TIME_LIMIT;
+extern const unsigned timeLimit;
 
 /// A process of its own that runs `program` and ends with what that returns. One that is not over in time is killed,
 /// and the test fails.

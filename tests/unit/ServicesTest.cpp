@@ -104,7 +104,7 @@ TEST_F(StreamTest, ReadsAndWritesWithoutASeek) {
 TEST_F(StreamTest, ReadsWhatAPipeTook) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     stream.Open("pipe", updating);
-    for (const unsigned char sent : {'x', 'y'}) {
+    for (unsigned char sent = 'x'; sent <= 'y'; ++sent) {
         bytes[0] = sent;
         EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
         EXPECT_EQ(stream.ReadRawData(bytes + 1, 1), 1U);
