@@ -8,7 +8,6 @@
 #include <climits>
 #include <cstdlib>
 #include <regex>
-#include <sstream>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -340,25 +339,17 @@ TEST_F(TaskFile, PairsAreRewrittenAndStay) {
     }
 }
 
-TEST_F(TaskFile, BadOnesAreRefused) {
-    const std::vector<fs::path> files(fs::directory_iterator(TEST_DATA "/bad"), {});
-    EXPECT_FALSE(files.empty());
-    for (const std::string path : files) {
-        const int number = std::stoi(fs::path(path).filename()); // of the line
-        std::istringstream lines(WithLineFeeds(ReadFile(path)));
-        std::string line, refused;
-        for (int i = 0; i < number; ++i) {
-            std::getline(lines, line);
-        }
-        batutil_LogOpen(".", "log", 1, false);
-        VTaskData data(path, true);
-        EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0) << path;
-        batutil_LogClose();
-        data.GetErrorLine(refused);
-        EXPECT_EQ(refused, line) << path;
-        const std::string record = "syntax error " + path + ", line " + std::to_string(number) + ": " + line;
-        EXPECT_EQ(Records(ReadFile("log")).back(), "PARS 4456 E [" + record + "] [why]");
-    }
+TEST_F(TaskFile, RefusalsAreShownOnRequest) {
+    WriteFile("bad", "Description = x\n<y> \r\n");
+    batutil_LogOpen(".", "log", 1, false);
+    VTaskData data("bad", true);
+    std::string line;
+    EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0);
+    EXPECT_EQ(data.LoadFromFile("", true, nullptr, true), 0) << "without a context nothing is shown";
+    data.GetErrorLine(line);
+    EXPECT_EQ(line, "<y>");
+    EXPECT_THAT(Records(ReadFile("log")),
+                testing::ElementsAre(testing::_, "PARS 4456 E [syntax error bad, line 2: <y>] [why]"));
 }
 
 TEST_F(TaskFile, TooLargeOnesAreNotRead) {
