@@ -95,18 +95,6 @@ TEST_F(NeighbourTest, HarmlessNeighboursDoNoHarm) {
     }
 }
 
-// What changes before the restored bytes are synchronised is seen when they are read again.
-TEST_F(NeighbourTest, ARestoreClaimsWhatItHasRead) {
-    const auto append = [&] { std::ofstream(m_live, std::ios::app) << more; };
-    BeforeEachCall(failedSave, append, [&](const Outcome&) {
-        const bool inTime = Did(
-            [&](const Step& step) { return step.number >= m_plan->first && step.set == callSync && step.IsLive(); });
-        if (inTime && Claims(7945)) {
-            EXPECT_EQ(ReadFile(m_live), ReadFile(m_copy));
-        }
-    });
-}
-
 // On an overlay, a file gets another number when it is first opened for writing.
 TEST_F(NeighbourTest, AFileMayGetAnotherNumber) {
     const TempDir lower;
@@ -126,30 +114,6 @@ TEST_F(NeighbourTest, AFileMayGetAnotherNumber) {
         EXPECT_EQ(outcome.status, run.failing.empty() ? 0 : 1);
         EXPECT_EQ(Live(run), run.failing.empty() ? "new" : "old");
         EXPECT_EQ(umount(agent.c_str()), 0);
-    }
-}
-
-// The log is a pipe, whose reader goes away before each call in turn.
-TEST_F(NeighbourTest, NobodyReadsTheLog) {
-    for (const Case& run : {growth, failedSave}) {
-        for (long when = 1; when == 1 || when <= m_plan->reached; ++when) {
-            int ends[2] = {-1, -1};
-            const auto beReader = [&] {
-                if (m_plan->reached == 1) {
-                    EXPECT_EQ(pipe(ends), 0);
-                    fs::create_symlink("/proc/self/fd/" + std::to_string(ends[1]), m_log);
-                }
-                if (m_plan->reached == when) {
-                    close(ends[0]);
-                }
-            };
-            Lay(run);
-            const Outcome outcome = Run(run, {everyCall, Effect::act, 0, true, beReader});
-            fs::remove(m_log);
-            SCOPED_TRACE(std::string(run.name) + ", gone before call " + std::to_string(when));
-            EXPECT_EQ(outcome.status, run.failing.empty() ? 0 : 1);
-            EXPECT_EQ(Live(run), run.failing.empty() ? "new" : "old");
-        }
     }
 }
 
