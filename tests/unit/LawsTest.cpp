@@ -128,15 +128,4 @@ TEST_F(Laws, HoldForGeneratedConfigurations) {
     }
 }
 
-TEST_F(Laws, HoldForEveryDamagedByte) {
-    const std::string whole = ReadFile(TEST_DATA "/global/Global.qxc");
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-        const std::string flipped(1, static_cast<char>(whole[at] ^ (1 << at / 3 % 8)));
-        const std::string damages[] = {flipped, "", std::string(2, whole[at])};
-        std::string damaged = std::string(whole).replace(at, 1, damages[at % 3]);
-        VTaskData data("", true);
-        EXPECT_TRUE(!data.Deserialize(damaged, false) || RoundTrips(data)) << at << '\n' << damaged;
-    }
-}
-
 } // namespace

@@ -52,22 +52,6 @@ protected:
     bool wasRefused = false;
 };
 
-TEST_F(Leaks, RunsGiveBackWhatTheyTook) {
-    const std::tuple<std::string, const char*, int> rows[] = {
-        {ReadFile(TEST_DATA "/global/Global.qxc"), "SS", 0},
-        {"No_such_key = 1", "SS", 1},
-        {"", "NO_PLUGIN", 1},
-    };
-    for (const auto& [configuration, plugin, status] : rows) {
-        for (int round = 0; round < 2; ++round) {
-            WriteFile("agent/Global.qxc", configuration);
-            EXPECT_EQ(Run(plugin), status) << plugin << ' ' << configuration;
-        }
-        // The first run also takes what lives as long as the process.
-        EXPECT_EQ(lostBlocks, 0) << plugin << ' ' << configuration;
-    }
-}
-
 // A run without a configuration needs little memory. Each of its blocks is refused in turn.
 TEST_F(Leaks, WantOfMemoryIsReported) {
     Run("SS");

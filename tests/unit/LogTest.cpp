@@ -85,18 +85,6 @@ TEST_F(LogTest, HoldsTheChainOfCauses) {
                                      "BSTR 4096 E [4000000000]"));
 }
 
-TEST_F(LogTest, LettersSetTheSeverity) {
-    Open();
-    VI18NError error(60, 7947, SeveritySixth);
-    for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"x", 1}, {"D", 1}}) {
-        error.LogShow(&g_logopt, letter);
-        EXPECT_EQ(error.GetErrVal(), value) << letter;
-    }
-    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I"))
-        << "no debug record";
-    EXPECT_EQ(Message::s_defaultLogger, FileLogger::GetGlobalLogger()) << "the logger for the call is gone";
-}
-
 TEST_F(LogTest, BeginsWithTheVersion) {
     EXPECT_TRUE(Open());
     EXPECT_FALSE(Open("no/log"));
@@ -107,28 +95,6 @@ TEST_F(LogTest, BeginsWithTheVersion) {
     EXPECT_EQ(g_logopt.block, nullptr);
     Open("log", false, 0);
     EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 1 E [1] [2] [3]", version));
-}
-
-TEST_F(LogTest, SecondOpenKeepsTheFirstBlock) {
-    Open();
-    logopt first = g_logopt;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(logfp, std::fclose);
-    Open("second");
-    VI18NError(60, 1).LogShow(&first, "");
-    VI18NError(60, 2).LogShow(nullptr, "");
-    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 1 E"));
-    EXPECT_THAT(Lines("second"), ElementsAre("UTIL 2 E"));
-}
-
-TEST_F(LogTest, IsWrittenRecordByRecord) {
-    Open();
-    std::fputs("by another\n", logfp);
-    batutil_FlushLog();
-    EXPECT_THAT(Lines(), ElementsAre(version, "?by another"));
-    for (std::size_t records = 3; records < 99; ++records) {
-        Message::LogMsg(1, "UTIL", SeverityError);
-        ASSERT_EQ(Lines().size(), records);
-    }
 }
 
 TEST_F(LogTest, TakesRecordsWithoutALogger) {
@@ -275,27 +241,6 @@ TEST_F(LogTest, FailedWritesAreReported) {
     EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 0);
     std::fclose(block.fp);
     EXPECT_THAT(Lines(), ElementsAre(version, "LOGS 56 E [/dev/full]", "LOGS 56 E [/dev/full]"));
-}
-
-TEST_F(LogTest, StatisticsAreOnRequest) {
-    UpdateLogStatistics('E');
-    g_ErrStart = true;
-    for (const char letter : std::string("DIWWEEEFFFFS")) {
-        UpdateLogStatistics(letter);
-    }
-    g_ErrStart = false;
-    const auto [errors, fatals, informational, warnings] = std::exchange(g_logStatistics, {});
-    EXPECT_EQ(std::vector({informational, warnings, errors, fatals}), (std::vector{1U, 2U, 3U, 4U}));
-}
-
-TEST_F(LogTest, StampsFollowTheTimeZone) {
-    char stamps[2][16];
-    for (const auto& [zone, stamp] : {std::pair("UTC0", stamps[0]), {"XXX-11", stamps[1]}}) {
-        setenv("TZ", zone, 1);
-        EXPECT_EQ(log_gettimestamp(stamp), 12);
-    }
-    unsetenv("TZ");
-    EXPECT_STRNE(stamps[0], stamps[1]);
 }
 
 } // namespace

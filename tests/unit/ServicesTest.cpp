@@ -63,22 +63,6 @@ TEST_F(StreamTest, TellsWhyItCannotOpen) {
     EXPECT_TRUE(fs::exists("file"));
 }
 
-TEST_F(StreamTest, LockedFilesAreNotMissing) {
-    WriteFile("locked/file", "");
-    WriteFile("readonly", "");
-    SetMode(".", 0777);
-    SetMode("readonly", 0444);
-    SetMode("locked", 0);
-    {
-        const AsUser user;
-        EXPECT_EQ(Opened("locked/file", reading), "BSTR-E-4144: locked/file");
-        EXPECT_EQ(Opened("locked/file", writing), "BSTR-E-4145: locked/file");
-        EXPECT_EQ(Opened("locked/file", updating), "BSTR-E-4159");
-        EXPECT_EQ(Opened("readonly", updating), "BSTR-E-4145: readonly");
-    }
-    SetMode("locked", 0700);
-}
-
 TEST_F(StreamTest, ReadsAndWritesWithoutASeek) {
     WriteFile("file", "\x01\x02\x03\x04\x05\xF6\x07\x08");
     bytes[0] = 'x';
@@ -99,18 +83,6 @@ TEST_F(StreamTest, ReadsAndWritesWithoutASeek) {
     EXPECT_DEATH(stream.ReadInt32(value, 5), "`len >= 0 && len <= 4' failed");
     stream.Close();
     EXPECT_EQ(ReadFile("file"), "\x01\x02\x03x\x05\xF6\x07\x08");
-}
-
-TEST_F(StreamTest, ReadsWhatAPipeTook) {
-    ASSERT_EQ(mkfifo("pipe", 0600), 0);
-    stream.Open("pipe", updating);
-    for (unsigned char sent = 'x'; sent <= 'y'; ++sent) {
-        bytes[0] = sent;
-        EXPECT_EQ(stream.WriteRawData(bytes, 1), 1U);
-        EXPECT_EQ(stream.ReadRawData(bytes + 1, 1), 1U);
-        EXPECT_EQ(bytes[1], sent);
-    }
-    EXPECT_EQ(stream.ReadRawData(nullptr, 0), 0U);
 }
 
 TEST_F(StreamTest, TellsWhyItCannotRead) {

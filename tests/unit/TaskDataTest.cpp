@@ -44,24 +44,6 @@ std::string TextOf(VTaskData& data) {
     return text;
 }
 
-TEST(TaskEntry, OrdersByNameOrKey) {
-    using Row = std::tuple<const char*, int, int>;
-    for (const auto& [name, lower, higher] : {
-             Row("by name", 604, 603),
-             Row("with an index", 13122, 13113),
-             Row("one name", keyDescription, keyUnnamed),
-             Row("the other name", keyUnnamed, keyStockPart),
-             Row("no name", keyUnnamed, keyUnnamed + 1),
-         }) {
-        const VTDEntry a(lower, "", lastFormatVersion, 1);
-        const VTDEntry b(higher, "", lastFormatVersion, 1);
-        EXPECT_TRUE(a < b && !(b < a) && b > a && !(a > b) && a == VTDEntry(a) && !(a == b)) << name;
-        EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << name;
-    }
-    const VTaskData other("", true);
-    EXPECT_NE(VTDEntry(keyDescription, "", lastFormatVersion, 1).Compare(&other), 0) << "an object of another class";
-}
-
 TEST(TaskData, AddsAndReplacesValues) {
     for (const bool raw : {true, false}) {
         VTaskData data("", raw);
@@ -226,16 +208,6 @@ TEST(TaskText, MergesEntriesAndStartsAfresh) {
     EXPECT_FALSE(data.Deserialize(text, false));
     EXPECT_EQ(TextOf(data), "BuildVersion = \r\n\r\nQXCVersion = 102\r\n\r\nType = 1\r\n\r\nAgentName = e\r\n\r\n"
                             "Description = d\r\n\r\nTime_Zone = a\r\n\r\n");
-}
-
-TEST(TaskText, EndsLinesButNoSections) {
-    VTaskData data("", true);
-    EXPECT_TRUE(data.ParseLine("Description = x", false)) << "without a text before";
-    std::string text = "Log {\nFormat = Brief\nDetail = None\"-";
-    EXPECT_TRUE(data.Deserialize(text, false));
-    EXPECT_FALSE(data.ParseLine("\",Files", false));
-    EXPECT_TRUE(data.ParseLine("Format = Full", false));
-    EXPECT_EQ(Value(data, keyLogFormat), "Full");
 }
 
 TEST(TaskText, HeadersAreReadUpToAnError) {

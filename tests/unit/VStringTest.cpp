@@ -104,19 +104,6 @@ TEST(VString, KeepsReservedRoomOnly) {
     EXPECT_EQ(BlockOf(text), (Block{1, 0, 3})) << "an assignment keeps the block";
 }
 
-TEST(VString, LockedBlocksAreNeverShared) {
-    VString locked("abc"), assigned;
-    HeaderOf(locked)->nRefs = -1;
-    assigned = locked;
-    EXPECT_EQ(BlockOf(assigned), (Block{1, 3, 3}));
-    EXPECT_EQ(BlockOf(VString(locked)), (Block{1, 3, 3}));
-    locked = VString("xy");
-    EXPECT_EQ(BlockOf(locked), (Block{-1, 2, 3})) << "takes characters, not a block";
-    locked.Empty();
-    EXPECT_EQ(BlockOf(locked), (Block{-1, 0, 3}));
-    EXPECT_STREQ(assigned, "abc");
-}
-
 TEST(VString, GivesPartsAndPlaces) {
     const VString abc("abc");
     EXPECT_STREQ(VString('x', 3), "xxx");
