@@ -1,30 +1,30 @@
 # What is linked into the program, and which libcrypto that takes.
 #
-#   NONE     nothing; all libraries are those of the machine
-#   RUNTIME  the C++ runtime and libcrypto: the usual
-#   ALL      these and the C library; the program needs no library at all
+#   OFF  nothing; all libraries are those of the machine
+#   ON   the C++ runtime and libcrypto: the usual
+#   ALL  these and the C library; the program needs no library at all
 
-set(linking NONE)
+set(linking OFF)
 if(PROJECT_IS_TOP_LEVEL)
-  set(linking RUNTIME)
+  set(linking ON)
 endif()
-set(PLUGSETTER_STATIC ${linking} CACHE STRING "What is linked into the program: NONE, RUNTIME, or ALL")
-set_property(CACHE PLUGSETTER_STATIC PROPERTY STRINGS NONE RUNTIME ALL)
-if(NOT PLUGSETTER_STATIC MATCHES "^(NONE|RUNTIME|ALL)$")
-  message(FATAL_ERROR "PLUGSETTER_STATIC is NONE, RUNTIME or ALL, not '${PLUGSETTER_STATIC}'")
+set(PLUGSETTER_STATIC ${linking} CACHE STRING "What is linked into the program: OFF, ON, or ALL")
+set_property(CACHE PLUGSETTER_STATIC PROPERTY STRINGS OFF ON ALL)
+if(NOT PLUGSETTER_STATIC MATCHES "^(OFF|ON|ALL)$")
+  message(FATAL_ERROR "PLUGSETTER_STATIC is OFF, ON or ALL, not '${PLUGSETTER_STATIC}'")
 endif()
 
-if(NOT PLUGSETTER_STATIC STREQUAL NONE)
+if(NOT PLUGSETTER_STATIC STREQUAL OFF)
   # Only SHA-1 is taken from the archive. OPENSSL_USE_STATIC_LIBS would ask for the libraries that the rest of it needs.
   find_library(PLUGSETTER_LIBCRYPTO NAMES libcrypto.a
     HINTS ${OPENSSL_ROOT_DIR} ENV OPENSSL_ROOT_DIR PATH_SUFFIXES lib lib64)
   mark_as_advanced(PLUGSETTER_LIBCRYPTO)
   if(PLUGSETTER_LIBCRYPTO)
     set(OPENSSL_CRYPTO_LIBRARY ${PLUGSETTER_LIBCRYPTO})
-  elseif(PLUGSETTER_STATIC STREQUAL RUNTIME)
-    message(WARNING "There is no libcrypto.a here, so nothing is linked into the program (PLUGSETTER_STATIC=NONE). "
+  elseif(PLUGSETTER_STATIC STREQUAL ON)
+    message(WARNING "There is no libcrypto.a here, so nothing is linked into the program (PLUGSETTER_STATIC=OFF). "
       "It starts more slowly and needs the libcrypto and the C++ runtime of this machine.")
-    set(PLUGSETTER_STATIC NONE)
+    set(PLUGSETTER_STATIC OFF)
   else()
     message(FATAL_ERROR "PLUGSETTER_STATIC=${PLUGSETTER_STATIC} needs libcrypto.a, which is not here")
   endif()
@@ -34,7 +34,7 @@ find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 include(CheckPIESupported)
 check_pie_supported()
 set(linking_flags)
-if(PLUGSETTER_STATIC STREQUAL RUNTIME)
+if(PLUGSETTER_STATIC STREQUAL ON)
   set(linking_flags -static-libstdc++ -static-libgcc)
 elseif(PLUGSETTER_STATIC STREQUAL ALL)
   set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie)

@@ -1,6 +1,6 @@
 # Read by cpack before it makes a package: refuses the package where it would come out wrong.
 
-set(needed_DEB RUNTIME)
+set(needed_DEB ON)
 set(needed_RPM ALL)
 set(tool_DEB dpkg-shlibdeps)
 set(tool_RPM rpmbuild)
