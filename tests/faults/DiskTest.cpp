@@ -74,6 +74,20 @@ TEST_F(FullDiskTest, FreePages) {
     EXPECT_FALSE(std::filesystem::exists(m_dir / "agent/made")) << "made for nothing";
 }
 
+// From each call on, the neighbour takes all room before every call.
+TEST_F(FullDiskTest, NeighbourTakesAllRoom) {
+    const auto takeAll = [&] {
+        const std::string page(pageSize, '\n');
+        std::ofstream filler(m_filler, std::ios::app);
+        while (filler << page << std::flush) {
+        }
+    };
+    for (const Case& run : {growth, unregistration, refusal, failedSave}) {
+        ForEachCall(run, {everyCall, Effect::act, 0, true, takeAll},
+                    [&](const Outcome& outcome) { IsDone(run, outcome); });
+    }
+}
+
 // The signal that comes with the limit has its default action, death. The limit does not hold for a pipe, on which the
 // run says why it fails.
 TEST_F(DiskTest, FileSizeLimits) {

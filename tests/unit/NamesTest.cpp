@@ -84,13 +84,6 @@ TEST(Names, HaveParentsAndParts) {
     }
 }
 
-TEST(Names, CompareByIdentity) {
-    const VFileName names[] = {VFileName("b", -1, false), VFileName("a", -1, false)};
-    EXPECT_EQ(names[0].Compare(&names[0]), 0);
-    EXPECT_EQ(names[0].Compare(&names[1]), -1);
-    EXPECT_EQ(names[1].Compare(&names[0]), 1);
-}
-
 TEST(Names, MatchWithinOneDirectory) {
     const std::string manyA(3000, 'a');
     using Row = std::tuple<const char*, const char*, bool>;
