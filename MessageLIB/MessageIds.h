@@ -50,7 +50,7 @@ inline constexpr MessageId msgSourceNotDeleted      = {modUtility,      7946, I1
 inline constexpr MessageId msgBackupDirInTheWay     = {modUtility,      7959, I18NMessage::SeverityFatal};         // directory
 inline constexpr MessageId msgBackupDirLeftBehind   = {modUtility,      7959, I18NMessage::SeverityWarning};       // directory
 
-// Messages that only other programs can get from the library.
+// Messages that no run logs. A run makes the first as the cause of another; the library gives them to other programs.
 inline constexpr MessageId msgSystemError           = {modBinaryStream, 4096, I18NMessage::SeverityError};         // system text
 inline constexpr MessageId msgCannotClose           = {modBinaryStream, 4148, I18NMessage::SeverityError};         // file
 inline constexpr MessageId msgReadFailed            = {modBinaryStream, 4151, I18NMessage::SeverityError};         // file

@@ -12,8 +12,7 @@ public:
     /// Opens the directory of the file `copy`, and makes it if it is missing, or if a neighbour has deleted it
     /// meanwhile, once. Locks it behind `first`. Throws a pointer to VI18NError: UTIL 4341 (directory) when it cannot
     /// be made; BSTR 4145 (`copy`) when it cannot be opened or is a link of another user than root and this one; UTIL
-    /// 7947
-    /// ("backupFile()") when another run holds it for too long or deletes it again.
+    /// 7947 ("backupFile()") when another run holds it for too long, or when the directory is deleted again.
     void Open(const std::string& copy, DirectoryLock& first);
 
     int Number() const noexcept { return m_lock.Number(); }

@@ -60,7 +60,7 @@ public:
         done,
         refused, ///< the file stays as it is: it must not be written, or `text` is longer than this process may write
         changed, ///< the file stays as it is: it is gone, is another one, or does not hold any more what was copied
-        failed,  ///< the file may be damaged, or there is no room
+        failed,  ///< the file may be damaged; or it stays as it is, for want of room or by an error of the system
     };
     /// Writes `text` over the file, as sys_overwrite does. Signals that would end the process wait from now on.
     /// REQUIRES: it was copied.

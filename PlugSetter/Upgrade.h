@@ -6,8 +6,9 @@
 ///
 /// Throws a pointer to VI18NError (error): UTIL 7948 (file) when it cannot be loaded; 7949, 7951 and 7952 (file name)
 /// when the comment or the code, the library, or the name cannot be set; BSTR 4152 (file) when there is no room for the
-/// new text or saving may have damaged the file; UTIL 7947 ("upgrade() ") when the system cannot tell whether the file
-/// is there, when somebody else has changed or replaced it since it was copied, and for any exception but a pointer to
-/// VI18NError; and what SavedFile throws. Logs UTIL 7953 when done, also when the file must not be written. Once saving
-/// begins, signals that would end the process are held back (holdSignals).
+/// new text, when saving may have damaged the file, or when an error of the system keeps it from beginning; UTIL 7947
+/// ("upgrade() ") when the system cannot tell whether the file is there, when somebody else has changed or replaced it
+/// since it was copied, and for any exception but a pointer to VI18NError; and what SavedFile throws. Logs UTIL 7953
+/// when done, also when the file must not be written. Once saving begins, signals that would end the process are held
+/// back (holdSignals).
 void upgrade();

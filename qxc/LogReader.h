@@ -10,8 +10,8 @@ struct LogRecord {
     std::string module; ///< four letters
     int number = 0;
     char severity = '\0';
-    std::string
-        time; ///< of the form "2010-11-13T02:31:00.05+00:00", whose first digit of hundredths is a blank in the log
+    /// Of the form "2010-11-13T02:31:00.05+00:00". In the log the 0 in ".05" is a blank.
+    std::string time;
     std::vector<std::string> parameters;
 };
 
