@@ -86,7 +86,6 @@ Presence SavedFile::Open() {
     }
     m_file = std::move(file.file);
     m_status = file.status;
-    m_wasJustWritten = m_status.IsJustWritten();
     return Presence::present;
 }
 
@@ -197,8 +196,7 @@ bool SavedFile::HoldsWhatWasCopied(const FileStatus& now, int file) const {
     if (now.Size() != m_status.Size()) {
         return false;
     }
-    const bool timeTells = !m_wasJustWritten || !FileStatus::Of(m_copy.Number()).IsRegular();
-    return (timeTells && now.HasTimeOf(m_status)) || sys_holdsSame(file, m_copy.Number());
+    return now.HasTimeOf(m_status) || sys_holdsSame(file, m_copy.Number());
 }
 
 SavedFile::Reading SavedFile::Read(std::uint64_t limit, FileContent& content) const {

@@ -86,9 +86,8 @@ private:
     bool IsUntouched() const;
 
     std::string m_path;
-    Descriptor m_file;             ///< for reading
-    FileStatus m_status;           ///< of m_file, before it was copied
-    bool m_wasJustWritten = false; ///< a write after the copying may have the same time as the one before it
+    Descriptor m_file;   ///< for reading
+    FileStatus m_status; ///< of m_file, before it was copied
     CopyDirectory m_directory;
     Descriptor m_copy;
     Descriptor m_output; ///< the file, for writing; not open before Write

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <ctime>
 
 #include <unistd.h>
 
@@ -83,16 +82,6 @@ bool FileStatus::IsSameAs(const FileStatus& other) const noexcept {
 bool FileStatus::HasTimeOf(const FileStatus& other) const noexcept {
     return m_status.st_mtim.tv_sec == other.m_status.st_mtim.tv_sec &&
            m_status.st_mtim.tv_nsec == other.m_status.st_mtim.tv_nsec;
-}
-
-bool FileStatus::IsJustWritten() const noexcept {
-    constexpr long long nanoseconds = 1'000'000'000;
-    constexpr long long twoSteps = nanoseconds / 50;
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    const long long seconds = static_cast<long long>(now.tv_sec) - m_status.st_mtim.tv_sec;
-    // Also when the time is still to come, as the clocks of two hosts may have it.
-    return seconds <= 1 && seconds * nanoseconds + now.tv_nsec - m_status.st_mtim.tv_nsec < twoSteps;
 }
 
 bool sys_isSameFile(const std::string& path, const std::string& file, const FileStatus& status) {

@@ -52,9 +52,6 @@ public:
     bool IsSameAs(const FileStatus& other) const noexcept;
     /// True when the file was written at the same time as `other`.
     bool HasTimeOf(const FileStatus& other) const noexcept;
-    /// True when the file was written so shortly before now that another write may get the same time. Some systems
-    /// count time in steps of a hundredth of a second.
-    bool IsJustWritten() const noexcept;
 
 private:
     FileStatus(int result, const struct stat& status) noexcept;
