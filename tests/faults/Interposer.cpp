@@ -47,15 +47,15 @@ void Describe(Step& step, int descriptor) {
     static_cast<void>(NEXT(readlink)(link, step.path, sizeof step.path - 1));
 }
 
-/// Without a name, the call is about the open file itself.
+/// Without a name, the call is about the open file itself. No memory is taken, since that would be counted.
 void Describe(Step& step, At at) {
-    const std::string name = at.path == nullptr ? "" : at.path;
-    std::string path = name;
+    const std::string_view name = at.path == nullptr ? "" : at.path;
     if (at.directory != AT_FDCWD && !name.starts_with('/')) {
         Describe(step, at.directory);
-        path = step.path + (name.empty() ? "" : "/" + name);
     }
-    Describe(step, path.c_str());
+    const std::size_t length = std::strlen(step.path);
+    const char* const separator = length > 0 && !name.empty() ? "/" : "";
+    std::snprintf(step.path + length, sizeof step.path - length, "%s%s", separator, name.data());
     step.byName = !name.empty();
 }
 
