@@ -66,8 +66,13 @@ void FreeBlocks() noexcept {
 
 OpenedFile OpenLog(const std::string& path, int flags) {
     OpenedFile log = sys_openOutput(path, flags, g_logAccess ? 0600 : 0666);
+    constexpr mode_t forOwner = 0600;
+    const mode_t mode = log.status.Permissions();
     if (log.created && g_logAccess) {
         sys_giveAccess(log.Number(), log.status, sys_underUmask(*g_logAccess));
+    } else if (log.created && (mode & forOwner) != forOwner) {
+        // The umask takes nothing from the owner.
+        sys_giveAccess(log.Number(), log.status, {log.status.Owner(), log.status.Group(), mode | forOwner});
     }
     return log;
 }

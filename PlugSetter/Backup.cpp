@@ -44,7 +44,8 @@ void backupFile(std::string srcDir, std::string fileName, std::string dstDir, st
     case Presence::present: break;
     }
     file.CopyTo(dstDir + (dstName.empty() ? fileName : dstName), installationLock);
-    if (deleteSource) {
+    // A source that somebody has changed or replaced meanwhile exists nowhere else.
+    if (deleteSource && file.IsUntouched()) {
         DeleteSource(srcDir, fileName);
     }
 } catch (...) {

@@ -129,6 +129,7 @@ int RunGuarded(const std::string& commandLine, const KeptRecords& kept) {
     err_attempt([&] { ReportOutcome(success, commandLine); });
     batutil_FlushLog();
     batutil_LogClose();
+    g_logAccess.reset();
     ForgetBackups();
     if (!success) {
         kept.Show();

@@ -154,7 +154,9 @@ void SavedFile::CopyInPlace(const std::string& copy, const FileStatus& place) {
     if (!output.IsOpen() || (!isNew && !(MakeFit(output, place) && sys_setSize(output.Number(), 0)))) {
         err_fail(msgCannotCreate, copy.c_str());
     }
+    TemporaryEntry made = {m_directory.Number(), output.path, output.created};
     Fill(output, copy);
+    made.isThere = false;
     m_copy = std::move(output.file);
 }
 
@@ -163,7 +165,7 @@ void SavedFile::CopyInPlace(const std::string& copy, const FileStatus& place) {
 /// fit for the copy.
 bool SavedFile::MakeFit(const OpenedFile& output, const FileStatus& place) const {
     const FileStatus& status = output.status;
-    const FileAccess access = sys_accessOf(m_file.Number(), m_status);
+    const FileAccess access = Access();
     if (place.IsRegular()) {
         return status.HasOneName() && sys_isAsClose(output.Number(), status, access);
     }
@@ -172,7 +174,7 @@ bool SavedFile::MakeFit(const OpenedFile& output, const FileStatus& place) const
 }
 
 void SavedFile::Fill(const OpenedFile& output, const std::string& copy) const {
-    const FileAccess access = sys_underUmask(sys_accessOf(m_file.Number(), m_status));
+    const FileAccess access = sys_underUmask(Access());
     const bool isGiven = !output.status.HasOneName() || sys_giveAccess(output.Number(), output.status, access);
     if (!isGiven && !output.created) {
         err_fail(msgCannotCreate, copy.c_str());
@@ -226,13 +228,16 @@ SavedFile::Writing SavedFile::Write(std::string text) {
     return written > 0 ? Writing::done : written == 0 ? Writing::failed : Writing::refused;
 }
 
-/// True when the file's name leads to the file that was copied, and that has not changed.
+FileAccess SavedFile::Access() const {
+    return sys_accessOf(m_file.Number(), m_status);
+}
+
 bool SavedFile::IsUntouched() const {
     if (!m_status.IsRegular() || !FileStatus::Of(m_copy.Number()).IsRegular()) {
         return false;
     }
-    const OpenedFile now = sys_openInput(m_path, withoutWaiting);
-    return now.status.IsSameAs(FileStatus::Of(m_file.Number())) && HoldsWhatWasCopied(now.status, now.Number());
+    const FileStatus now = FileStatus::Of(m_path);
+    return now.IsSameAs(FileStatus::Of(m_file.Number())) && HoldsWhatWasCopied(now, m_file.Number());
 }
 
 bool SavedFile::Restore() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Mis/Unix/Descriptor.h"
+#include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/WholeFile.h"
 #include "PlugSetter/CopyDirectory.h"
@@ -37,6 +38,9 @@ public:
     /// stands in its place and does not lead to the stranger's own file.
     Presence Open();
 
+    /// Who may read the file, as it was when it was opened. REQUIRES: the file is open.
+    FileAccess Access() const;
+
     /// Copies the file byte for byte to `copy`, a name with its directory, which is made if it is missing and locked
     /// behind `first`. Nobody who cannot read the file can read the copy, unless its place is a device or, behind a
     /// link, a file with further names. Then the copy and its directory are on the disk. REQUIRES: the file is open.
@@ -66,6 +70,10 @@ public:
     /// REQUIRES: it was copied.
     Writing Write(std::string text);
 
+    /// True when file and copy are regular files, and the name of the file leads to the one that was copied, which has
+    /// not changed. REQUIRES: it was copied.
+    bool IsUntouched() const;
+
     /// Makes the file hold the bytes of the copy again. Returns: true when it does and its name leads to it. A file
     /// that Write has not opened is never written: when it still is what was copied, its times are set to now;
     /// otherwise somebody else has changed it, and the answer is false. REQUIRES: it was copied.
@@ -83,7 +91,6 @@ private:
     bool MakeFit(const OpenedFile& output, const FileStatus& place) const;
     void Fill(const OpenedFile& output, const std::string& copy) const;
     bool HoldsWhatWasCopied(const FileStatus& now, int file) const;
-    bool IsUntouched() const;
 
     std::string m_path;
     Descriptor m_file;   ///< for reading

@@ -1,5 +1,6 @@
 #include "PlugSetter/Upgrade.h"
 
+#include "Mis/LogAccess.h"
 #include "Mis/Report.h"
 #include "Mis/TaskData.h"
 #include "Mis/TaskKeys.h"
@@ -124,6 +125,10 @@ void upgrade() try {
     case Presence::missing: return;
     case Presence::unknown: err_fail(msgUnexpected, changeLabel);
     case Presence::present: break;
+    }
+    // A record may repeat a line of the file, and the log was opened for those who could read the file by then.
+    if (g_logAccess && *g_logAccess != file->Access()) {
+        err_fail(msgUnexpected, changeLabel);
     }
     SaveCopy(file, paths);
     VTaskData configuration(paths.configuration, true);

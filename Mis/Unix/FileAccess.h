@@ -12,6 +12,8 @@ struct FileAccess {
     uid_t owner;
     gid_t group;
     mode_t mode; ///< permission bits; the owner can always read and write
+
+    bool operator==(const FileAccess&) const = default;
 };
 
 /// The access of the file with this status. When the file has an access control list, which may shut out some whom
