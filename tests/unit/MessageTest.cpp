@@ -120,7 +120,17 @@ struct FailingLogger : Logger {
     }
 };
 
+struct Textless : Message {
+    using Message::Message;
+    const char* GetStringBuffer() override { return nullptr; }
+};
+
 TEST(Message, FailuresGoToStandardError) {
+    Textless textless(7, "", SeverityError);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(log_if_set(nullptr, textless), 0);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Message cannot be logged\nStack: "));
+
     FailingLogger failing;
     FileLogger dropping;
     logopt options = {};
