@@ -38,7 +38,7 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${description}")
 # The program needs no library, and the folders belong to the system.
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_PACKAGE_RELOCATABLE OFF)
-# Stays when documents are left out.
+# The licences stay when documents are left out.
 set(CPACK_RPM_USER_FILELIST "%license /usr/share/licenses/plugsetter")
 set(CPACK_RPM_PACKAGE_AUTOREQPROV no)
 set(CPACK_RPM_PACKAGE_DESCRIPTION "${description}")
