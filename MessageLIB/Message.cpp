@@ -1,7 +1,9 @@
 #include "MessageLIB/Message.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace I18NMessage {

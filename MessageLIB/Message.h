@@ -5,7 +5,6 @@
 
 #include <initializer_list>
 #include <string>
-#include <string_view>
 #include <vector>
 
 struct logopt;

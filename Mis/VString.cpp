@@ -6,7 +6,6 @@
 #include <cctype>
 #include <climits>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>

@@ -8,6 +8,7 @@
 #include "PlugSetter/Guard.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 void CopyDirectory::Open(const std::string& copy, DirectoryLock& first) {

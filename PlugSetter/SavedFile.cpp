@@ -3,9 +3,9 @@
 #include "Mis/Log.h"
 #include "Mis/Report.h"
 #include "Mis/Unix/Dsk.h"
-#include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/SafeOpen.h"
 #include "Mis/Unix/Synchronise.h"
+#include "Mis/Unix/WholeFile.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Process.h"
 

@@ -3,12 +3,12 @@
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/FileAccess.h"
 #include "Mis/Unix/FileStatus.h"
-#include "Mis/Unix/WholeFile.h"
 #include "PlugSetter/CopyDirectory.h"
 
 #include <cstdint>
 #include <string>
 
+struct FileContent;
 struct OpenedFile;
 
 /// A file that is to be changed, and the copy that is put back if that fails.

@@ -4,6 +4,7 @@
 #include "Mis/Report.h"
 #include "Mis/TaskData.h"
 #include "Mis/TaskKeys.h"
+#include "Mis/Unix/WholeFile.h"
 #include "PlugSetter/Globals.h"
 #include "PlugSetter/Guard.h"
 #include "PlugSetter/Paths.h"

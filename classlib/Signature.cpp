@@ -5,7 +5,6 @@
 #include "classlib/Signature.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <new>
 #include <type_traits>
 

@@ -7,9 +7,11 @@
 #include "qxc/Questions.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include <getopt.h>
 

@@ -5,7 +5,10 @@
 #include <charconv>
 #include <map>
 #include <memory>
+#include <new>
+#include <system_error>
 #include <type_traits>
+#include <utility>
 
 #include <expat.h>
 

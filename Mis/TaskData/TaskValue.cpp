@@ -3,6 +3,7 @@
 #include "classlib/String.h"
 
 #include <algorithm>
+#include <string>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <optional>
-#include <utility>
 
 #include <linux/magic.h>
 #include <sys/vfs.h>

@@ -2,6 +2,7 @@
 
 #include "Mis/Unix/Descriptor.h"
 #include "Mis/Unix/FileAccess.h"
+#include "Mis/Unix/FileStatus.h"
 #include "Mis/Unix/Room.h"
 #include "Mis/Unix/SafeOpen.h"
 #include "Mis/Unix/Synchronise.h"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Mis/Unix/FileStatus.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,6 +8,7 @@
 
 #include <sys/types.h>
 
+class FileStatus;
 struct FileAccess;
 
 /// Files that are read, written, copied and compared as a whole, from their beginning.

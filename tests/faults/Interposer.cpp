@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <iterator>
-#include <string>
 #include <utility>
 
 #include <dlfcn.h>
