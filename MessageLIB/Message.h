@@ -12,7 +12,8 @@ struct logopt;
 /// Numbered message records. Every report is a record, and a logger writes it as one line of XML. A record carries a
 /// number and parameters; the wording is in a catalogue outside of this program.
 ///
-/// Logging returns 1 when the record was written or dropped on purpose, 0 when not. LogMsg and log_if_set never throw.
+/// Logging returns 1 when the logger took the record, 0 when it did not. A FileLogger also takes a record that it
+/// drops, because logging is off or the severity too low. LogMsg and log_if_set never throw.
 namespace I18NMessage {
 
 // ORDER MessageSeverity
@@ -41,7 +42,7 @@ public:
     virtual std::string GetStringForMessageParam() = 0;
 };
 
-/// Where records go. The base writes nothing.
+/// Where records go. The base writes nothing; it only tells whether a record is to be written.
 class Logger {
 public:
     Logger() = default;
@@ -136,7 +137,7 @@ public:
 
     /// "I" for every value outside of the enumeration.
     static char ToSeverityChar(MessageSeverity severity) noexcept;
-    /// Informational for every unknown letter and for an empty text.
+    /// Informational for every unknown letter, for an empty text and for null.
     static MessageSeverity FromSeverityChar(char letter) noexcept;
     static MessageSeverity FromSeverityChar(const char* text) noexcept;
 

@@ -16,5 +16,5 @@ bool dat_isValid(const std::tm& time, int hundredths) noexcept;
 /// impossible one dat_invalidTime.
 std::string dat_longForm(const std::tm* time, int hundredths);
 
-/// The long form of the current local time.
+/// The long form of the current local time; dat_invalidTime when the system does not tell it.
 std::string dat_localNow();

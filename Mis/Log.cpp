@@ -71,7 +71,7 @@ OpenedFile OpenLog(const std::string& path, int flags) {
     if (log.created && g_logAccess) {
         sys_giveAccess(log.Number(), log.status, sys_underUmask(*g_logAccess));
     } else if (log.created && (mode & forOwner) != forOwner) {
-        // The umask takes nothing from the owner.
+        // The owner reads and writes the log, whatever the umask.
         sys_giveAccess(log.Number(), log.status, {log.status.Owner(), log.status.Group(), mode | forOwner});
     }
     return log;

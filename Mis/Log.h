@@ -76,9 +76,9 @@ std::string batutil_GetNextFilename(std::string dir, std::string name);
 unsigned long gui_show(unsigned long flag, char* text);
 
 /// Writes a complete line as `opt` says. When that is null, the line goes to the open run log, or to the console if
-/// none is open. Returns: 1, or 0 when the line could not be written, after logging that (LOGS 56, error, the log's
-/// path) if fputs has failed. With flushEveryLine, a flush that fails is a line that could not be written; what got
-/// into the file of it is taken back.
+/// none is open. Returns: 1, also for a line that goes to the console or is dropped; 0 when the line could not be
+/// written to its block, after logging that (LOGS 56, error, the log's path) if fputs has failed. With flushEveryLine,
+/// a flush that fails is a line that could not be written; the part of it that got into the file is taken back.
 int I18N_log_show(std::string* text, const logopt* opt, char severity);
 
 /// Writes the 12 characters of the local time in the form "Nov13 02:31 " and a terminator to `buf`. Returns: 12.

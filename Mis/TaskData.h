@@ -104,8 +104,8 @@ public:
 
     /// Loads the file with this name, the object's own when it is empty. The header values start anew; entries are
     /// added to those that the object holds. Returns: 1 loaded; 0 syntax error, or an empty file; -1 missing, above 64
-    /// MiB, or unreadable. Unless `context` is null, LoadFromFile reports the 0: with `showError` as PARS 4456, else as
-    /// PARS 4783 twice (file, line and file, line, text).
+    /// MiB, or unreadable. Unless `context` is null, LoadFromFile reports the 0: with `showError` as PARS 4456 (error;
+    /// whole text, `context`), else as PARS 4783 (error) twice, once with file and line, once with file, line and text.
     int LoadFromFile(std::string name, bool showError, const char* context, bool applySideEffects);
     int LoadFile(std::string name, bool applySideEffects);
     /// As LoadFromFile, with the text of the object's own file, which somebody else has read. Returns: 1 or 0.

@@ -116,10 +116,10 @@ static_assert(sizeof(VString) == sizeof(char*));
 const VString& GetEmptyString();
 
 /// Compares without regard to the case of ASCII letters, whatever the locale. Bytes from 0x80 up are equal to
-/// themselves alone and sort below all others. Returns: -1, 0 or 1.
+/// themselves alone and sort below all others. Neither text may be null. Returns: -1, 0 or 1.
 int qx_stricmp(const char* a, const char* b);
 
 /// Fills the first two "%s" markers of `text`. Before the second marker "%%" becomes one "%"; all other text stays,
-/// other conversions included. A "%s" behind a "%" counts as a marker but is not filled. A null argument shows as
+/// other conversions included. A first marker that is part of "%%s" counts but is not filled. A null argument shows as
 /// "(null)". Returns: 1, or 0 with `text` unchanged when there are fewer than two markers.
 int VStringFormat(VString& text, const char* first, char* second);

@@ -17,7 +17,7 @@ void CopyDirectory::Open(const std::string& copy, DirectoryLock& first) {
     }
 }
 
-/// Returns: false when the directory was deleted meanwhile.
+/// Returns: false when the directory was deleted or replaced meanwhile.
 bool CopyDirectory::TryToOpen(const std::string& copy, DirectoryLock& first) {
     const std::string name = sys_directoryOf(copy);
     OpenedFile directory = sys_openDirectory(name);

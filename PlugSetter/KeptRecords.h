@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// The default logger of a run until its log is open. If there is no log, the records of what has failed (severities
-/// error and fatal) are kept here until it is known whether the run has failed.
+/// The default logger of a run until its log is open, or to its end if there is no log. Keeps the records of what has
+/// failed (severities error and fatal) until it is known whether the run has failed.
 class KeptRecords : public I18NMessage::Logger {
 public:
     /// Makes itself the default logger, as long as no other takes its place.

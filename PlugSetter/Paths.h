@@ -9,5 +9,5 @@ struct Paths {
     std::string copy;
 };
 
-/// The paths by the present values of the globals. Those of the copy are final once backupDir holds the node's name.
+/// The paths by the present values of the globals. That of the copy is final once backupDir holds the node's name.
 Paths runPaths();

@@ -229,10 +229,12 @@ SavedFile::Writing SavedFile::Write(std::string text) {
 }
 
 FileAccess SavedFile::Access() const {
+    assert(m_file.IsOpen());
     return sys_accessOf(m_file.Number(), m_status);
 }
 
 bool SavedFile::IsUntouched() const {
+    assert(m_copy.IsOpen());
     if (!m_status.IsRegular() || !FileStatus::Of(m_copy.Number()).IsRegular()) {
         return false;
     }

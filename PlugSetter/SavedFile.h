@@ -34,8 +34,8 @@ public:
     explicit SavedFile(std::string path);
 
     /// Opens the file for reading. Presence::unknown: the system could not tell whether it is there. Throws a pointer
-    /// to VI18NError: BSTR 4144 (file) when it is there but cannot be opened; UTIL 7948 (file) when a stranger's link
-    /// stands in its place and does not lead to the stranger's own file.
+    /// to VI18NError (error): BSTR 4144 (file) when it is there but cannot be opened; UTIL 7948 (file) when a
+    /// stranger's link stands in its place and does not lead to the stranger's own file.
     Presence Open();
 
     /// Who may read the file, as it was when it was opened. REQUIRES: the file is open.
@@ -43,13 +43,14 @@ public:
 
     /// Copies the file byte for byte to `copy`, a name with its directory, which is made if it is missing and locked
     /// behind `first`. Nobody who cannot read the file can read the copy, unless its place is a device or, behind a
-    /// link, a file with further names. Then the copy and its directory are on the disk. REQUIRES: the file is open.
+    /// link, a file with further names. On return the copy and its directory are on the disk. REQUIRES: the file is
+    /// open.
     ///
-    /// Throws a pointer to VI18NError: what CopyDirectory::Open throws; BSTR 4145 (copy) when the copy cannot be opened
-    /// for writing, would be the file itself, is a FIFO, or lies behind a stranger's link; BSTR 4152 (copy) when it
-    /// cannot be written; UTIL 7947 ("upgrade() ") when it would be written over the open log; UTIL 7947
-    /// ("backupFile()") when it is incomplete or may not be on the disk, and for any exception but a pointer to
-    /// VI18NError.
+    /// Throws a pointer to VI18NError (error): what CopyDirectory::Open throws; BSTR 4145 (copy) when the copy cannot
+    /// be opened for writing, would be the file itself, is a FIFO, or lies behind a stranger's link; BSTR 4152 (copy)
+    /// when it cannot be written or moved to its place; UTIL 7947 ("upgrade() ") when it would be written over the open
+    /// log; UTIL 7947 ("backupFile()") when it is incomplete, has been replaced, or may not be on the disk, and for any
+    /// exception but a pointer to VI18NError.
     void CopyTo(const std::string& copy, DirectoryLock& first);
 
     enum class Reading {

@@ -31,7 +31,7 @@ enum PluginCode_ {
 
 extern const char* const plugin_names[UNDEFINED + 1];
 extern const char* const plugin_description[UNDEFINED + 1];
-extern const char* const mod_strs[UNDEFINED + 1];  ///< four characters each
+extern const char* const mod_strs[UNDEFINED + 1];  ///< texts of their message modules, four characters each
 extern const int log_codes[UNDEFINED + 1];         ///< numbers of their message modules
 extern const char* const dll_names[UNDEFINED + 1]; ///< file names of their libraries, empty for none; the last is null
 extern const char* const oracle_8i_solaris_name;

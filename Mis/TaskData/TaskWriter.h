@@ -12,8 +12,8 @@ public:
     void Reset();
 
     /// Appends the lines of one key: those that close and open sections, and its own. `name` is the dotted name, which
-    /// may be empty. REQUIRES: indent, name and " = " take at most 78 characters, as those of
-    /// all keys in the key table do.
+    /// may be empty. REQUIRES: indent, name and " = " take at most 78 characters, as those of all keys in the key table
+    /// do.
     void Write(std::string_view name, std::string_view value, std::string& out);
 
     /// Appends the lines that close all open sections.

@@ -31,7 +31,8 @@ FileAccess AccessOf(const FileStatus& status, bool hasList) {
     return {status.Owner(), status.Group(), hasList ? mode & ownerBits : mode};
 }
 
-/// The bits of a file with this status by which nobody can do more with it than `access` lets him.
+/// The permission bits of an open file with this status, less those for group and others that `access` lacks, or by
+/// which somebody whom `access` shuts out could read the file.
 mode_t NarrowBits(int descriptor, const FileStatus& status, const FileAccess& access) {
     mode_t allowed = access.mode | ownerBits;
     if (HasList(fgetxattr(descriptor, accessList, nullptr, 0))) {

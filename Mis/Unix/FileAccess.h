@@ -30,10 +30,10 @@ FileAccess sys_underUmask(FileAccess access) noexcept;
 bool sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
 /// True when an open file with this status belongs to root, to the user of this process or to the owner of `access`,
-/// and nobody can do more with it than `access` lets him. Without `access` only the owner is asked.
+/// has no permission bit for group or others that `access` lacks, and nobody whom `access` shuts out can read it.
+/// Without `access` only the owner is asked.
 bool sys_isAsClose(int descriptor, const FileStatus& status, const std::optional<FileAccess>& access);
 
-/// Takes away the permission bits of an open file with this status by which others could do more with it than `access`
-/// lets them. Adds none. An owner who is neither root nor the user of this process nor that of `access` loses the file
-/// to this user. Returns: false when it could not be done.
+/// Takes away the owner and the permission bits by which sys_isAsClose would be false of an open file with this status:
+/// the user of this process becomes its owner, and no bits are added. Returns: false when it could not be done.
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);

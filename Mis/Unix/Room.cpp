@@ -22,7 +22,7 @@ bool HasAllBlocks(int file, const FileStatus& status) noexcept {
     return (isEmpty || hole >= status.Size()) && status.Allocated() >= status.Size();
 }
 
-/// The second line is what the filters of containers answer to a call that they do not let through.
+/// EPERM and EACCES are what the filters of containers answer to a call that they do not let through.
 bool CannotReserve(int error) noexcept {
     return error == EOPNOTSUPP || error == ENOSYS || error == ENODEV || error == EINVAL || error == EPERM ||
            error == EACCES;

@@ -12,8 +12,8 @@ public:
     /// last row.
     const char* mod2str(int mod);
 
-    /// Called with the list of plug-ins of a configuration file, and after it. Both do nothing: a configuration file
-    /// never makes this program load code. VTaskData::extensionLoaded tells that they were called.
+    /// The first is called with the list of plug-ins in a configuration file, the second after that. Both do nothing: a
+    /// configuration file never makes this program load code. VTaskData::extensionLoaded tells that they were called.
     void setPluginsString(const std::string& plugins);
     void loadAllPlugins();
 };
