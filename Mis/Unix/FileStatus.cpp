@@ -80,8 +80,9 @@ bool FileStatus::IsSameAs(const FileStatus& other) const noexcept {
 }
 
 bool FileStatus::HasTimeOf(const FileStatus& other) const noexcept {
-    return m_status.st_mtim.tv_sec == other.m_status.st_mtim.tv_sec &&
-           m_status.st_mtim.tv_nsec == other.m_status.st_mtim.tv_nsec;
+    const timespec& time = m_status.st_mtim;
+    const timespec& otherTime = other.m_status.st_mtim;
+    return IsPresent() && other.IsPresent() && time.tv_sec == otherTime.tv_sec && time.tv_nsec == otherTime.tv_nsec;
 }
 
 bool sys_isSameFile(const std::string& path, const std::string& file, const FileStatus& status) {

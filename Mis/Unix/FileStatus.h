@@ -50,7 +50,7 @@ public:
     /// True when both are present and the same file. Keep that open meanwhile: the number of one that is deleted is
     /// given to another.
     bool IsSameAs(const FileStatus& other) const noexcept;
-    /// True when the file was written at the same time as `other`.
+    /// True when both are present and were last written at the same time.
     bool HasTimeOf(const FileStatus& other) const noexcept;
 
 private:
