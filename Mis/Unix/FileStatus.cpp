@@ -17,13 +17,6 @@ Presence PresenceBy(int error) noexcept {
     }
 }
 
-std::string WithoutSeparator(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return path;
-}
-
 /// The name to which `path` leads when the links at its end are followed.
 std::string Followed(std::string path) {
     for (int links = 0; links < sys_mostLinks; ++links) {
@@ -93,8 +86,8 @@ bool sys_isSameFile(const std::string& path, const std::string& file, const File
 }
 
 bool sys_isSameEntry(const std::string& a, const std::string& b) {
-    const std::string first = WithoutSeparator(a);
-    const std::string second = WithoutSeparator(b);
+    const std::string first = sys_withoutSeparator(a);
+    const std::string second = sys_withoutSeparator(b);
     return first.substr(first.rfind('/') + 1) == second.substr(second.rfind('/') + 1) &&
            FileStatus::Of(sys_directoryOf(first)).IsSameAs(FileStatus::Of(sys_directoryOf(second)));
 }
@@ -130,4 +123,11 @@ std::optional<std::string> sys_linkTarget(const std::string& path, int link) {
 std::string sys_directoryOf(const std::string& path) {
     const std::size_t separator = path.rfind('/');
     return separator == std::string::npos ? "./" : path.substr(0, separator + 1);
+}
+
+std::string sys_withoutSeparator(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return path;
 }

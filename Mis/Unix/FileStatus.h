@@ -80,3 +80,6 @@ std::optional<std::string> sys_linkTarget(const std::string& path, int link = AT
 
 /// The directory part of `path` with its separator; "./" when there is none.
 std::string sys_directoryOf(const std::string& path);
+
+/// `path` without separators at its end, by which the system would follow a link; that of the root stays.
+std::string sys_withoutSeparator(std::string path);

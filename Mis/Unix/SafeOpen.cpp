@@ -70,6 +70,9 @@ bool BelongsToAnother(const std::string& path, uid_t owner) {
 OpenedFile OpenThroughLinks(std::string path, const Request& request) {
     std::optional<uid_t> stranger; // the owner of the strangers' links so far
     for (int links = 0; links <= sys_mostLinks; ++links) {
+        if ((request.flags & O_DIRECTORY) != 0) {
+            path = sys_withoutSeparator(path);
+        }
         if (stranger && BelongsToAnother(path, *stranger)) {
             return NotOpen(EPERM, true);
         }
@@ -135,12 +138,9 @@ OpenedFile sys_openOutput(const std::string& path, int flags, mode_t mode, int b
 }
 
 OpenedFile sys_openDirectory(const std::string& path) {
-    // A separator at the end would follow a link.
-    const std::string entry = path.substr(0, path.find_last_not_of('/') + 1);
-    const std::string& name = entry.empty() ? path : entry;
-    OpenedFile directory = OpenThroughLinks(name, {O_RDONLY | O_DIRECTORY, std::nullopt, StrangersLinks::refused});
+    OpenedFile directory = OpenThroughLinks(path, {O_RDONLY | O_DIRECTORY, std::nullopt, StrangersLinks::refused});
     if (directory.error == EACCES) {
-        directory = OpenThroughLinks(name, {O_PATH | O_DIRECTORY, std::nullopt, StrangersLinks::refused});
+        directory = OpenThroughLinks(path, {O_PATH | O_DIRECTORY, std::nullopt, StrangersLinks::refused});
     }
     return directory;
 }
