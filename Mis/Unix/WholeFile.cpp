@@ -87,7 +87,7 @@ long WriteNew(const OpenedFile& target, const std::string& path, std::string tex
     if (written <= 0) {
         RemoveEmpty(target, path);
     }
-    return written > 0 && !sys_synchroniseDirectory(sys_directoryOf(path)) ? 0 : written;
+    return written > 0 && !sys_synchroniseDirectory(sys_directoryOf(target.path)) ? 0 : written;
 }
 
 } // namespace
