@@ -57,6 +57,9 @@ void OpenLog() {
     }
     constexpr int truncate = 1;
     batutil_LogOpen(installationDir.c_str(), logFileName.c_str(), truncate, false);
+    // A configuration that is made from now on may be closed to those who can read this log. No file has this access,
+    // so upgrade does not load it.
+    g_logAccess = g_logAccess.value_or(FileAccess());
 }
 
 /// Keeps the backup directory in `savedBackupDir` and makes backupDir this node's directory below it.
