@@ -63,8 +63,8 @@ void batutil_LogClose();
 /// Writes out what is buffered.
 void batutil_FlushLog();
 
-/// Flushes, and goes on in the next file of the ring of lastLogPath and lastLogName if the log has grown above
-/// maxLogFileSize. Never does so when both names are empty or batutil_LogOpen opened the log in the plain mode.
+/// Flushes. If the log has grown above maxLogFileSize, goes on in the next file of the ring of lastLogPath and
+/// lastLogName, but not when both are empty or batutil_LogOpen opened the log in the plain mode.
 void batutil_CheckLogSize();
 
 /// Chooses the file of the ring to write next. When all of them exist and the newest is above maxLogFileSize, the

@@ -61,9 +61,9 @@ public:
     ///
     /// Not all that these take reads back as it was set. Keys 11 to 13 become entries, which are written besides the
     /// header lines and read as header values. A line end in a value is written as it is, and what follows it is then
-    /// read as a line of its own. A key that lies among those of a row but has no name for the object's version and
-    /// type, such as 20401, is written with the name that it had when it was set, if any: a line that is refused, or
-    /// that sets key 800 in a file of type 4.
+    /// read as a line of its own. A key such as 20401 lies among those of a row, but has no name for the object's
+    /// version and type. It is written with the name that it had when it was set, if any. Reading refuses such a line,
+    /// or, without a name in a file of type 4, sets key 800.
     int SetRaw(int key, const std::string& value, bool overwrite);
     int SetString(int key, const std::string& value, bool overwrite);
     int SetString(int key, const char* value, bool overwrite);

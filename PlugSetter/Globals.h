@@ -9,7 +9,7 @@
 
 class SavedFile;
 
-/// The state of a run. parseCommandLine and runPlugSetter set it. Of the steps only upgrade changes a part, bakFiles.
+/// The state of a run. parseCommandLine and runPlugSetter set it; upgrade adds to bakFiles.
 
 /// A file that was saved: where it belongs and where its copy is. What this run has saved itself is open in `file`; it
 /// is restored through that, whatever stands at the two names.

@@ -80,7 +80,7 @@ std::optional<LogRecord> readRecord(std::string_view line) {
     XML_SetElementHandler(parser.get(), OnStart, OnEnd);
     XML_SetCharacterDataHandler(parser.get(), OnText);
     const bool isXml = XML_Parse(parser.get(), line.data(), static_cast<int>(line.size()), 1) == XML_STATUS_OK;
-    // With any other beginning, the line could define what its references stand for.
+    // A line with another beginning could hold a DOCTYPE, by which references stand for anything.
     return isXml && reading.isRecord && line.starts_with("<M ") ? std::optional(std::move(reading.record))
                                                                 : std::nullopt;
 }

@@ -25,8 +25,8 @@ FileAccess sys_accessOf(const std::string& path, const FileStatus& status);
 FileAccess sys_underUmask(FileAccess access) noexcept;
 
 /// Gives an open file with this status, still empty, the owner, the group and the bits of `access`, and takes away an
-/// access control list. If one of these cannot be done, nobody but the owner can read the file. Returns: false when
-/// the bits could not be set; the file keeps those that it has.
+/// access control list. If the owner and group cannot be set or the list not taken away, the file gets no bits but
+/// those for its owner. Returns: false when the bits could not be set; the file keeps those that it has.
 bool sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& access);
 
 /// True when an open file with this status belongs to root, to the user of this process or to the owner of `access`,

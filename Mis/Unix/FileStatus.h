@@ -47,8 +47,8 @@ public:
     gid_t Group() const noexcept { return m_status.st_gid; }
     mode_t Permissions() const noexcept { return m_status.st_mode & 0777U; }
 
-    /// True when both are present and the same file. Keep that open meanwhile: the number of one that is deleted is
-    /// given to another.
+    /// True when both are present and the same file. Keep the file open between the two looks: the number of a deleted
+    /// one is given to another.
     bool IsSameAs(const FileStatus& other) const noexcept;
     /// True when both are present and were last written at the same time.
     bool HasTimeOf(const FileStatus& other) const noexcept;
@@ -74,8 +74,8 @@ bool sys_leadsThrough(std::string path, const std::string& entry);
 /// As many links as the system follows for one name.
 constexpr int sys_mostLinks = 40;
 
-/// The name to which the link `path` leads, which need not exist. It is read through `link`, if that is the link itself
-/// opened with O_PATH. Returns: none when there is no link to read.
+/// The name to which the link `path` leads, which need not exist. `link` is the link itself opened with O_PATH and is
+/// read in place of `path`. Returns: none when there is no link to read.
 std::optional<std::string> sys_linkTarget(const std::string& path, int link = AT_FDCWD);
 
 /// The directory part of `path` with its separator; "./" when there is none.

@@ -31,8 +31,9 @@ int sys_readFile(int file, off_t length, std::uint64_t limit, FileContent& conte
 /// Writes `text` over an open regular file with this status, in place, and synchronises it.
 ///
 /// The file is not touched before there is room for `text`. Then one call writes all of it, with LF over the rest of a
-/// longer old text. So between any two calls a reader finds the old or the new text, unless that rest is above 1 MiB:
-/// more LF are not written. At last the file is cut to its length; what is written is on the disk before that.
+/// longer old text, but not over more than 1 MiB of it. So between any two calls a reader finds the old or the new
+/// text, unless that rest is longer. At last the file is cut to its length and synchronised. A text that is shorter
+/// than the old one is synchronised before the cut, too.
 ///
 /// Returns: the bytes of `text`; 0 when there is no room, with the file as it was, or when writing, cutting or
 /// synchronising failed; -1, with the file as it was, when `text` is longer than this process may write.
