@@ -207,8 +207,8 @@ TEST(KeyTable, AnswersAsAScanDoes) {
 
 TEST(KeyTable, MatchesAWordWithAPattern) {
     int index = -1;
-    EXPECT_TRUE(VTaskData::KeyMatch(" \tA007 x", "a%%%", &index));
-    EXPECT_EQ(index, 7);
+    EXPECT_TRUE(VTaskData::KeyMatch(" \tA027 x", "a%%%", &index));
+    EXPECT_EQ(index, 27);
     EXPECT_TRUE(VTaskData::KeyMatch("x99999999999y", "X%%%%%%%%%%%Y", &index));
     EXPECT_EQ(index, INT_MAX);
     for (const char* text : {"a7", "a777", "a7b", "ab7", "a%%", "a 77", ""}) {
