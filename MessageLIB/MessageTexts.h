@@ -23,7 +23,7 @@ inline constexpr MessageText messageTexts[] = {
     {msgCopyDirectoryNotMade, "The backup directory {directory} cannot be created; nothing was changed."},
     {msgRollbackFailed,       "The copy could not be put back, or somebody else has changed or replaced the configuration since it was copied; then that stays."},
     {msgRolledBack,           "The configuration is as it was before the run."},
-    {msgUnexpected,           "{function} failed for a reason without a number of its own: memory ran out; the copy is not whole, may not be on the disk, or would be the log; another run holds the directory of the copy; somebody else has changed or replaced the configuration since it was copied; or the system does not tell whether the configuration is there."},
+    {msgUnexpected,           "{function} failed for a reason without a number of its own: memory ran out; the copy is not whole, may not be on the disk, or would be the log; another run holds the directory of the copy; somebody else has changed or replaced the configuration since it was copied, or given it another owner, group or permissions since the log was opened; or the system does not tell whether the configuration is there."},
     {msgCannotLoad,           "{file} cannot be read, lies behind a link of a stranger to what is not his, or has a syntax error."},
     {msgCannotSetCode,        "The plug-in's code cannot be set in {file}."},
     {msgCannotSetBinary,      "The plug-in's library cannot be set in {file}."},
