@@ -146,7 +146,7 @@ protected:
             const bool hasCopy = copies == Contents{m_case.live};
             for (const std::string& live : ContentsOf(m_live, since, now)) {
                 const std::string known = Known(m_case, live);
-                const bool isWrong = known == "other" && !hasCopy;
+                const bool isWrong = !hasCopy && (known == "other" || m_moments[now].next.OpensLiveToWrite());
                 if (isWrong || known == "old, cut" || (!claimed.empty() && known != claimed)) {
                     return known + when;
                 }
@@ -180,6 +180,7 @@ TEST_P(CrashTest, LosesNothing) {
     }
     const bool mustFail = m_case.edited.empty() || !m_case.failing.empty();
     EXPECT_EQ(Check(m_case, Run(m_case)), mustFail ? "old" : "new");
+    EXPECT_EQ(Claims(7945), mustFail);
     EXPECT_TRUE(HasWholeCopy(m_case));
     EXPECT_TRUE(m_leftBehind.empty() || ReadFile(m_filler) == "kept");
 }

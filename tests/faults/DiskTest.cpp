@@ -110,6 +110,7 @@ TEST_F(DiskTest, FileSizeLimits) {
         outcome.output.append(words, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         EXPECT_EQ(IsDone(growth, outcome, limit < enough), limit == enough);
         EXPECT_EQ(outcome.status, limit >= least ? 0 : 1);
+        EXPECT_EQ(Tells(7953, outcome) && Tells(7960, outcome) && HasWholeCopy(growth), limit >= least);
     }
     close(pipe[0]);
     close(pipe[1]);

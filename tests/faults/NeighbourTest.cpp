@@ -67,6 +67,7 @@ TEST_F(NeighbourTest, NoEditIsLost) {
             const bool isMidSave = Did([](const Step& step) { return step.hit && step.call == "ftruncate64"; });
             if (outcome.status == 1) {
                 EXPECT_EQ(live, changed);
+                EXPECT_TRUE(Claims(7947) && Claims(HasWholeCopy(growth) ? 7943 : 7945));
             } else if (WasHit() && HitCall() <= OpeningToWrite()) {
                 EXPECT_EQ(live, changedBefore);
                 EXPECT_EQ(ReadFile(m_copy), changed);
@@ -285,6 +286,9 @@ protected:
         if (hit <= FirstOpening()) {
             const bool isEdited = outcome.status == 0 && standing == m_edited;
             EXPECT_TRUE(standing == m_put || isEdited || ComesLater()) << standing;
+            if (m_put == corrected && hit > First(&Step::IsLive)) {
+                EXPECT_TRUE(Claims(7947) && Claims(7945)) << "the log was opened for the readers of another file";
+            }
             return;
         }
         EXPECT_EQ(standing, m_put) << "somebody's edit is lost";
