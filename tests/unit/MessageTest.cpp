@@ -129,6 +129,7 @@ TEST(Message, FailuresGoToStandardError) {
     Textless textless(7, "", SeverityError);
     testing::internal::CaptureStderr();
     EXPECT_EQ(log_if_set(nullptr, textless), 0);
+    EXPECT_EQ(textless.Log(nullptr), 0);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Message cannot be logged\nStack: "));
 
     FailingLogger failing;
