@@ -38,17 +38,6 @@ TEST(Error, HasValueTextOrDetail) {
     EXPECT_FALSE(none.IsError());
 }
 
-TEST(Error, AssignsThroughCopyFrom) {
-    struct Counting : VI18NError {
-        void CopyFrom(VError*) override { ++copies; }
-        int copies = 0;
-    } error;
-    const Counting& same = error;
-    static_cast<VError&>(error) = same;
-    static_cast<VI18NError&>(error) = same;
-    EXPECT_EQ(error.copies, 2);
-}
-
 TEST(ErrorDeathTest, MisuseStopsTheProcess) {
     EXPECT_DEATH(err_caught(), "Mis/VError.cpp:.*current_exception");
     EXPECT_DEATH(PlainError().CopyFrom(nullptr), "Mis/VError.cpp:.*source != nullptr");
@@ -83,6 +72,16 @@ TEST_F(LogTest, HoldsTheChainOfCauses) {
     const std::string record = "UTIL 7948 F [file] [2] [3]";
     EXPECT_THAT(Lines(), ElementsAre(version, record, "BSTR 4166 W [<file>]", record, "BSTR 4096 E [text]", record,
                                      "BSTR 4096 E [4000000000]"));
+}
+
+TEST_F(LogTest, LettersSetTheSeverity) {
+    Open();
+    VI18NError error(60, 7947, SeveritySixth);
+    for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"x", 1}, {"D", 1}}) {
+        error.LogShow(&g_logopt, letter);
+        EXPECT_EQ(error.GetErrVal(), value) << letter;
+    }
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I"));
 }
 
 TEST_F(LogTest, BeginsWithTheVersion) {

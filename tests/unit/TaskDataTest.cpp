@@ -190,6 +190,15 @@ TEST(TaskData, TextIgnoresOrderOfAdding) {
     } while (std::next_permutation(keys.begin(), keys.end()));
 }
 
+TEST(TaskEntry, OrdersByNameOrKey) {
+    for (const auto& [lower, higher] : {std::pair(604, 603), {13122, 13113}, {keyUnnamed, keyUnnamed + 1}}) {
+        const VTDEntry a(lower, "", lastFormatVersion, 1), b(higher, "", lastFormatVersion, 1);
+        EXPECT_TRUE(a < b && !(b < a) && b > a && !(a > b) && a == VTDEntry(a) && !(a == b)) << lower;
+        EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << lower;
+        EXPECT_EQ(a.VObject::Compare(&b) + b.VObject::Compare(&a), a.VObject::Compare(&a)) << "by place";
+    }
+}
+
 TEST(TaskData, IsSignedByItsText) {
     VTaskData data(VString("file.qxc"), true);
     data.SetString(keyDescription, "x", true);
@@ -317,6 +326,7 @@ TEST_F(TaskFile, RefusalsAreShownOnRequest) {
     VTaskData data("bad", true);
     std::string line;
     EXPECT_EQ(data.LoadFromFile("", true, "why", true), 0);
+    EXPECT_EQ(data.LoadFromFile("missing", true, "why", true), -1) << "nothing to show";
     EXPECT_EQ(data.LoadFromFile("", true, nullptr, true), 0) << "without a context nothing is shown";
     data.GetErrorLine(line);
     EXPECT_EQ(line, "<y>");
