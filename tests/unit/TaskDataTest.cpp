@@ -201,7 +201,7 @@ TEST(TaskEntry, OrdersByNameOrKey) {
 
 TEST(TaskData, IsSignedByItsText) {
     VTaskData data(VString("file.qxc"), true);
-    data.SetString(keyDescription, "x", true);
+    EXPECT_TRUE(data.ParseLine("Description = x", false)) << "without a text before";
     EXPECT_EQ(data.SetComment("// z"), 1);
     EXPECT_EQ(txccl::Signature::of(&data), txccl::Signature::of(TextOf(data))) << "the comment counts";
     EXPECT_EQ(TextOf(data).substr(0, 6), "// z\r\n");
