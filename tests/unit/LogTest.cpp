@@ -6,11 +6,14 @@
 #include "tests/support/Thrown.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <utility>
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -228,6 +231,25 @@ TEST_F(BlockTest, IsFlushedByCountAndAge) {
     }
     EXPECT_THAT(flushed, ElementsAre(49, 50, 70, 200, 400));
     EXPECT_EQ(flushExpiredLines(&block), 0U);
+}
+
+TEST_F(LogTest, HalfARecordIsTakenBack) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    for (const auto& [before, room, after] :
+         {std::tuple("", 3U, ""), {"a\n", 1U, "a\n"}, {"a", 3U, "alin"}, {"lin", 3U, "linlin"}}) {
+        WriteFile("half", before);
+        logblk block = {std::fopen("half", "a"), 0, 0, 1, "half"};
+        const logopt options = {0, nullptr, false, &block};
+        std::string line = "line\n";
+        const rlimit limit = {std::strlen(before) + room, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 0) << before;
+        setrlimit(RLIMIT_FSIZE, &unlimited);
+        std::fclose(block.fp);
+        EXPECT_EQ(ReadFile("half"), after) << "after '" << before << "' and " << room << " bytes";
+    }
+    std::signal(SIGXFSZ, SIG_DFL);
 }
 
 TEST_F(LogTest, FailedWritesAreReported) {
