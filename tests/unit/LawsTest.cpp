@@ -104,7 +104,7 @@ protected:
 };
 
 TEST_F(Laws, HoldForGeneratedConfigurations) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
         SCOPED_TRACE(seed);
         Generated generated(seed);
         WriteFile("Global.qxc", generated.text);
