@@ -191,6 +191,7 @@ TEST(TaskEntry, OrdersByNameOrKey) {
         EXPECT_EQ(std::tuple(a.Compare(&b), b.Compare(&a), a.Compare(&a)), std::tuple(-1, 1, 0)) << lower;
         EXPECT_EQ(a.VObject::Compare(&b) + b.VObject::Compare(&a), a.VObject::Compare(&a)) << "by place";
     }
+    EXPECT_EQ(VTDEntry(keyUnnamed, "", lastFormatVersion, 1).GetTypeMask(), 0xFFFFU);
 }
 
 TEST(TaskData, IsSignedByItsText) {
@@ -354,6 +355,7 @@ TEST_F(TaskFile, SavingTellsWhatWasWritten) {
     EXPECT_EQ(data.SaveToFile("/dev/full"), 0);
     EXPECT_EQ(data.SaveToFile("."), -1);
     EXPECT_EQ(data.SaveToFile("no/file"), -1);
+    EXPECT_EQ(VTaskData(static_cast<const char*>(nullptr), true).SaveToFile(""), -1) << "without a name";
 }
 
 } // namespace
