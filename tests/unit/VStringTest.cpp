@@ -113,6 +113,7 @@ TEST(VString, GivesPartsAndPlaces) {
     EXPECT_STREQ(abc.Left(2), "ab");
     EXPECT_STREQ(abc.Right(2), "bc");
     EXPECT_STREQ(abc.Right(10), "abc");
+    EXPECT_STREQ(abc.Right(-1), "");
     EXPECT_STREQ(">" + abc + '!' + abc + "<", ">abc!abc<");
     EXPECT_EQ(abc.Find('b', 1), 1);
     EXPECT_EQ(abc.Find('b', 2), -1);
