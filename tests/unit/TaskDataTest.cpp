@@ -125,16 +125,16 @@ TEST(TaskData, GivesTypedValues) {
     using Row = std::tuple<int, const char*, const char*>;
     for (const auto& [key, value, answers] : {
              Row(keyDiagnostics, "yes", " bool 1"),
+             Row(keyDiagnostics, "TRUE", " bool 1"),
              Row(keyDiagnostics, "False", " bool 0"),
+             Row(keyDiagnostics, "no", " bool 0"),
              Row(keyDiagnostics, "1", " number 1"),
-             Row(keyDiagnostics, "rue", ""),
              Row(keyPriority, "042", " number 42"),
              Row(keyPriority, "99999999999", " number 2147483647"),
              Row(keyOperatorMode, "remote", " index 1 mask 2"),
              Row(keyLogDetail, "NONE", " index 0 mask 1"),
              Row(keyLogDetail, "None,Summary", " mask 9"),
              Row(keyPassword, "p", " password p"),
-             Row(keyDescription, "4x", ""),
          }) {
         VTaskData data("", true);
         EXPECT_EQ(Typed(data, key), "") << "without an entry";
@@ -192,6 +192,8 @@ TEST(TaskEntry, OrdersByNameOrKey) {
         EXPECT_EQ(a.VObject::Compare(&b) + b.VObject::Compare(&a), a.VObject::Compare(&a)) << "by place";
     }
     EXPECT_EQ(VTDEntry(keyUnnamed, "", lastFormatVersion, 1).GetTypeMask(), 0xFFFFU);
+    const VTaskData other("", true);
+    EXPECT_NE(VTDEntry(keyUnnamed, "", lastFormatVersion, 1).Compare(&other), 0) << "an object of another class";
 }
 
 TEST(TaskData, IsSignedByItsText) {
