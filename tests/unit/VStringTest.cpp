@@ -169,7 +169,6 @@ TEST(VString, ComparesWithoutCase) {
     using Row = std::tuple<const char*, const char*, int>;
     for (const auto& [a, b, order] : {
              Row("aBc", "AbC", 0),
-             Row("Z", "[", 1),
              Row("_", "A", -1),
              Row("\xE9", "a", -1), // bytes above 0x7F come before all others
              Row("", "\x80", 1),
