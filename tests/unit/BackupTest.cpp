@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -24,13 +23,12 @@ namespace fs = std::filesystem;
 const char* const restored = "UTIL 7945 I";
 const char* const notRestored = "UTIL 7943 F [] [] []";
 
-/// "mode owner group", the mode in octal.
-std::string AccessOf(const std::string& path) {
+using Access = std::tuple<mode_t, uid_t, gid_t>;
+
+Access AccessOf(const std::string& path) {
     struct stat status = {};
     EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
-    std::ostringstream text;
-    text << std::oct << (status.st_mode & 07777U) << std::dec << ' ' << status.st_uid << ' ' << status.st_gid;
-    return text.str();
+    return {status.st_mode & 07777U, status.st_uid, status.st_gid};
 }
 
 /// The group is the one after the owner.
@@ -148,12 +146,6 @@ TEST_F(Backup, CopiesAreExact) {
     EXPECT_FALSE(fs::exists("none")) << "nothing to copy";
 }
 
-TEST_F(Backup, PipesAreNoCopies) {
-    fs::remove("copies/first");
-    ASSERT_EQ(mkfifo("copies/first", 0600), 0);
-    EXPECT_EQ(Thrown(Copy), "BSTR-E-4145: copies/first");
-}
-
 TEST_F(Backup, IncompleteCopiesAreFailures) {
     // The system gives 0 as the size of both. The first has bytes all the same, the second cannot be read.
     for (const auto& [directory, name] : {std::pair("/proc/", "version"), {"/proc/self/", "mem"}}) {
@@ -196,14 +188,14 @@ TEST_F(BackupByRoot, VanishedFilesGetTheCopysAccess) {
     Give("copies/first", 0640, 7);
     ExpectRollback(restored);
     EXPECT_EQ(ReadFile("live/first"), "first");
-    EXPECT_EQ(AccessOf("live/first"), "640 7 8");
+    EXPECT_EQ(AccessOf("live/first"), Access(0640, 7, 8));
 }
 
 TEST_F(BackupByRoot, CopiesHaveTheirSourcesAccess) {
-    for (const auto& [source, copy] : {std::pair(0640U, "640 7 8"), {0440U, "640 7 8"}, {06755U, "755 7 8"}}) {
+    for (const auto& [source, copy] : {std::pair(0640U, 0640U), {0440U, 0640U}, {06755U, 0755U}}) {
         Give("live/first", source, 7);
         Copy();
-        EXPECT_EQ(AccessOf("copies/first"), copy) << std::oct << source;
+        EXPECT_EQ(AccessOf("copies/first"), Access(copy, 7, 8)) << std::oct << source;
         EXPECT_EQ(ReadFile("copies/first"), "spoilt first") << std::oct << source;
     }
 }

@@ -99,7 +99,7 @@ TEST(Modules, HoldTheirRows) {
     for (std::size_t number = 0; number < std::size(modules); ++number) {
         EXPECT_STREQ(msg_mod2str(static_cast<int>(number)), modules[number]) << number;
     }
-    EXPECT_STREQ(msg_mod2str(-1), "");
+    EXPECT_EQ(msg_mod2str(-1) + std::string(msg_mod2str(199)), "");
     EXPECT_DEATH(msg_mod2str(200 + Plugins::UNDEFINED), "mod >= 200 && mod < 200 \\+ UNDEFINED");
     EXPECT_DEATH(IPlugins::instance()->mod2str(199), "mod >= 200 && mod < 200 \\+ UNDEFINED");
 }
@@ -160,7 +160,7 @@ int SpanOf(const _TOInfo& row) {
 TEST(KeyTable, AnswersAsAScanDoes) {
     std::set<int> numbers = {0, INT_MAX, INT_MIN};
     for (const _TOInfo& row : keys) {
-        for (int key = row.id; key < row.id + SpanOf(row); key += 3) {
+        for (int key = row.id; key < row.id + SpanOf(row); key += 7) {
             numbers.insert({key, row.id - 1, row.id + SpanOf(row)});
         }
     }

@@ -78,12 +78,16 @@ TEST_F(LogTest, HoldsTheChainOfCauses) {
 
 TEST_F(LogTest, LettersSetTheSeverity) {
     Open();
-    VI18NError error(60, 7947, SeveritySixth);
-    for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"x", 1}, {"D", 1}}) {
+    VI18NError error(60, 79, SeveritySixth);
+    g_ErrStart = true;
+    for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"E", 3}, {"x", 1}, {"D", 1}}) {
         error.LogShow(&g_logopt, letter);
         EXPECT_EQ(error.GetErrVal(), value) << letter;
     }
-    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7947 S", "UTIL 7947 W", "UTIL 7947 F", "UTIL 7947 I"));
+    g_ErrStart = false;
+    EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 79 S", "UTIL 79 W", "UTIL 79 F", "UTIL 79 E", "UTIL 79 I"));
+    const auto& [errors, fatals, informational, warnings] = g_logStatistics;
+    EXPECT_THAT(std::vector({errors, fatals, informational, warnings}), testing::Each(1));
 }
 
 TEST_F(LogTest, BeginsWithTheVersion) {
@@ -121,15 +125,15 @@ TEST_F(LogTest, LastsLongerThanStaticObjects) {
     const std::string origin(100, 'o');
     EXPECT_EXIT((lateRecord.armed = true, Message::s_defaultOrigin = origin, std::exit(0)), testing::ExitedWithCode(0),
                 "");
-    EXPECT_THAT(ReadFile("log"), testing::HasSubstr("<M ID=\"3\" O=\"" + origin + "\" C=\"UTIL\""));
+    EXPECT_THAT(ReadFile("log"), testing::HasSubstr("<M ID=\"3\" O=\"" + origin + "\" C=\"UTIL\" S=\"E\" T=\""));
 }
 
 TEST_F(LogTest, GoesOnAboveTheLimit) {
-    constexpr std::size_t stamp = sizeof "Nov13 02:31 ";
+    char stamp[16];
     WriteFile("log-1.XLOG", "before\n");
     EXPECT_TRUE(Open("log", true));
     EXPECT_THAT(Lines("log-1.XLOG"), ElementsAre("?before", version)) << "goes on";
-    std::string line(32768 - ReadFile("log-1.XLOG").size() - stamp, 'x');
+    std::string line(32767 - ReadFile("log-1.XLOG").size() - static_cast<std::size_t>(log_gettimestamp(stamp)), 'x');
     gui_show(0, line.data());
     EXPECT_EQ(fs::file_size("log-1.XLOG"), 32768U) << "all is written out";
     EXPECT_EQ(currLogFileNo, 0) << "exactly at the limit";

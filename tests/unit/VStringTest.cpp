@@ -166,15 +166,10 @@ TEST(VStringDeathTest, MisuseStopsTheProcess) {
 }
 
 TEST(VString, ComparesWithoutCase) {
-    using Row = std::tuple<const char*, const char*, int>;
-    for (const auto& [a, b, order] : {
-             Row("aBc", "AbC", 0),
-             Row("_", "A", -1),
-             Row("\xE9", "a", -1), // bytes above 0x7F come before all others
-             Row("", "\x80", 1),
-         }) {
-        EXPECT_EQ(qx_stricmp(a, b), order) << a << ' ' << b;
-    }
+    EXPECT_EQ(qx_stricmp("aBc", "AbC"), 0);
+    EXPECT_EQ(qx_stricmp("_", "A"), -1);
+    EXPECT_EQ(qx_stricmp("\xE9", "a"), -1) << "bytes above 0x7F come before all others";
+    EXPECT_EQ(qx_stricmp("", "\x80"), 1);
 }
 
 TEST(VString, FormatsTwoTextsOrNothing) {
