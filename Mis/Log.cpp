@@ -77,11 +77,6 @@ OpenedFile OpenLog(const std::string& path, int flags) {
     return log;
 }
 
-/// True when the log, which exists, could be narrowed to g_logAccess if there is any.
-bool Narrow(const OpenedFile& log) {
-    return !g_logAccess || sys_narrowAccess(log.Number(), log.status, *g_logAccess);
-}
-
 /// True when nobody else can have the log open, or another name for it, who may not read it.
 bool IsFit(const OpenedFile& log) {
     return log.status.HasOneName() && sys_isAsClose(log.Number(), log.status, g_logAccess);
@@ -103,23 +98,17 @@ OpenedFile OpenEmpty(const std::string& path) {
             OpenedFile anew = OpenLog(log.path, O_WRONLY);
             return anew.created ? std::move(anew) : OpenedFile();
         }
-        if (!log.status.HasOneName() || !log.status.BelongsHere() || !Narrow(log)) {
+        const bool isOurs = log.status.HasOneName() && log.status.BelongsHere();
+        if (!isOurs || (g_logAccess && !sys_narrowAccess(log.Number(), log.status, *g_logAccess))) {
             return {};
         }
     }
     return sys_setSize(log.Number(), 0) ? std::move(log) : OpenedFile();
 }
 
-/// Opens a log that is to be continued.
-OpenedFile OpenToAppend(const std::string& path) {
-    OpenedFile log = OpenLog(path, O_RDWR | O_APPEND);
-    const bool isKept = log.IsOpen() && !log.created && log.status.HasOneName();
-    return !isKept || Narrow(log) ? std::move(log) : OpenedFile();
-}
-
 /// Returns: null when the file cannot be opened.
 std::FILE* OpenFile(const std::string& path, bool truncate) {
-    OpenedFile log = truncate ? OpenEmpty(path) : OpenToAppend(path);
+    OpenedFile log = truncate ? OpenEmpty(path) : OpenLog(path, O_RDWR | O_APPEND);
     std::FILE* const file = log.IsOpen() ? fdopen(log.Number(), truncate ? "w" : "a+") : nullptr;
     if (file != nullptr) {
         log.file.Release();

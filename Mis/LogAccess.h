@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// Who may read the logs that are opened from now on. A new log is given this access less what the umask takes. One
-/// that is continued is narrowed to it unless it has further names; batutil_LogOpen says when one that is truncated is
-/// made anew. Without a value the umask decides on new ones.
+/// Who may read the logs that are opened from now on. A new log is given this access less what the umask takes;
+/// batutil_LogOpen says when one that is truncated is made anew. One that is continued stays as it is. Without a value
+/// the umask decides on new ones.
 extern std::optional<FileAccess> g_logAccess;

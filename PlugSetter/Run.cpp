@@ -51,7 +51,6 @@ void OpenLog() {
         return;
     }
     // A record may repeat a line of the configuration, so nobody else may read the log.
-    g_logAccess.reset();
     if (configuration.GetPresence() != Presence::missing) {
         g_logAccess = sys_accessOf(paths.configuration, configuration);
     }

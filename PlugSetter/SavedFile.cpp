@@ -169,8 +169,7 @@ bool SavedFile::MakeFit(const OpenedFile& output, const FileStatus& place) const
     if (place.IsRegular()) {
         return status.HasOneName() && sys_isAsClose(output.Number(), status, access);
     }
-    const bool isOurs = status.BelongsHere() || status.Owner() == m_status.Owner();
-    return !status.HasOneName() || (isOurs && sys_narrowAccess(output.Number(), status, access));
+    return !status.HasOneName() || sys_narrowAccess(output.Number(), status, access);
 }
 
 void SavedFile::Fill(const OpenedFile& output, const std::string& copy) const {
@@ -192,9 +191,6 @@ void SavedFile::Fill(const OpenedFile& output, const std::string& copy) const {
 
 /// `now` is the status of `file`, which is open and is the file that was copied.
 bool SavedFile::HoldsWhatWasCopied(const FileStatus& now, int file) const {
-    if (!m_status.IsRegular()) {
-        return true;
-    }
     if (now.Size() != m_status.Size()) {
         return false;
     }

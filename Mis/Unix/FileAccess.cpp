@@ -79,9 +79,6 @@ bool sys_isAsClose(int descriptor, const FileStatus& status, const std::optional
 }
 
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access) {
-    if (!IsOurs(status, access) && fchown(descriptor, geteuid(), status.Group()) != 0) {
-        return false;
-    }
     const mode_t narrow = NarrowBits(descriptor, status, access);
-    return narrow == status.Permissions() || fchmod(descriptor, narrow) == 0;
+    return IsOurs(status, access) && (narrow == status.Permissions() || fchmod(descriptor, narrow) == 0);
 }

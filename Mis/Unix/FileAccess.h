@@ -34,6 +34,7 @@ bool sys_giveAccess(int descriptor, const FileStatus& status, const FileAccess& 
 /// Without `access` only the owner is asked.
 bool sys_isAsClose(int descriptor, const FileStatus& status, const std::optional<FileAccess>& access);
 
-/// Takes away the owner and the permission bits by which sys_isAsClose would be false of an open file with this status:
-/// the user of this process becomes its owner, and no bits are added. Returns: false when it could not be done.
+/// Takes away the permission bits by which sys_isAsClose would be false of an open file with this status; none are
+/// added. Returns: false when the file belongs to neither root nor the user of this process nor the owner of `access`,
+/// or when the bits could not be set.
 bool sys_narrowAccess(int descriptor, const FileStatus& status, const FileAccess& access);
