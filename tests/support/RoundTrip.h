@@ -22,9 +22,7 @@ inline bool Survives(const std::string& name, const std::string& value) {
 /// The law of the format: what is written reads back. Two things are exempt: a value that the syntax changes, and
 /// entries that are no longer legal because a version or type line came after them.
 inline bool RoundTrips(VTaskData& data) {
-    std::string written;
-    std::string name;
-    std::string value;
+    std::string written, name, value;
     data.Serialize(written);
     VTaskData again("", true);
     const bool same = again.Deserialize(written, false) && again.Serialize(value) > 0 && value == written;

@@ -34,6 +34,7 @@ TEST(Message, HeadersHoldWhatIsSet) {
         std::string attributes;
     } rows[] = {
         {"", "", "", "", common},
+        {"o", "", "", "", " O=\"o\"" + common},
         {"o", "c", "", "", " O=\"o\" C=\"c\"" + common},
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
