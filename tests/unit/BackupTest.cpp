@@ -142,6 +142,7 @@ TEST_F(Backup, CopiesAreExact) {
     fs::create_symlink("/dev/null", "copies/device");
     backupFile("live/", "first", "copies/", "device", false);
     EXPECT_TRUE(fs::is_symlink("copies/device"));
+    EXPECT_EQ(fs::status("copies/device").permissions(), fs::perms(0666));
     backupFile("live/", "missing", "none/", "", false);
     EXPECT_FALSE(fs::exists("none")) << "nothing to copy";
 }

@@ -109,7 +109,7 @@ TEST_F(LogTest, TakesRecordsWithoutALogger) {
     g_logopt.block->flushEveryLine = 0;
     g_logopt.block->lines = 100; // no flush is due
     Logger* const before = std::exchange(Message::s_defaultLogger, nullptr);
-    Message::LogMsg(7, "UTIL", SeverityError, VString("a"), std::string("b"), 3LL);
+    EXPECT_EQ(Message(7, "UTIL", SeverityError, VString("a"), std::string("b"), 3LL).Log(nullptr), 1);
     Message::s_defaultLogger = before;
     EXPECT_THAT(Lines(), ElementsAre(version, "UTIL 7 E [a] [b] [3]"));
 }
@@ -246,15 +246,17 @@ TEST_F(LogTest, HalfARecordIsTakenBack) {
     for (const auto& [before, room, after] :
          {std::tuple("", 3U, ""), {"a\n", 1U, "a\n"}, {"a", 3U, "alin"}, {"lin", 3U, "linlin"}}) {
         WriteFile("half", before);
-        logblk block = {std::fopen("half", "a"), 0, 0, 1, "half"};
+        logblk block = {std::fopen("half", "r+"), 0, 0, 1, "half"};
+        std::fseek(block.fp, 0, SEEK_END);
         const logopt options = {0, nullptr, false, &block};
         std::string line = "line\n";
         const rlimit limit = {std::strlen(before) + room, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &limit);
         EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 0) << before;
         setrlimit(RLIMIT_FSIZE, &unlimited);
+        EXPECT_EQ(I18N_log_show(&line, &options, 'I'), 1) << before;
         std::fclose(block.fp);
-        EXPECT_EQ(ReadFile("half"), after) << "after '" << before << "' and " << room << " bytes";
+        EXPECT_EQ(ReadFile("half"), after + line) << "after '" << before << "' and " << room << " bytes";
     }
     std::signal(SIGXFSZ, SIG_DFL);
 }

@@ -82,7 +82,7 @@ TEST(VString, KeepsReservedRoomOnly) {
     text.FreeExtra();
     EXPECT_EQ(static_cast<const char*>(text), exact) << "nothing to free";
     const char* const reserved = text.GetBuffer(100);
-    text += text;
+    text += text, text.SetAt(9, 'e');
     EXPECT_EQ(BlockOf(text), (Block{1, 10, 100}));
     text = reserved + 5;
     EXPECT_EQ(static_cast<const char*>(text), reserved) << "a part of itself";
