@@ -150,8 +150,8 @@ OpenedFile sys_createIn(int directory, const std::string& name) {
     return Opened(openat(directory, name.c_str(), exclusive, 0600), name, true);
 }
 
-bool sys_removeIn(int directory, const std::string& name) noexcept {
-    return unlinkat(directory, name.c_str(), 0) == 0;
+void sys_removeIn(int directory, const std::string& name) noexcept {
+    unlinkat(directory, name.c_str(), 0);
 }
 
 int sys_renameIn(int directory, const std::string& from, const std::string& to) noexcept {

@@ -56,7 +56,7 @@ OpenedFile sys_openDirectory(const std::string& path);
 
 /// Makes a file that is not there yet, open for reading and writing, for its owner only.
 OpenedFile sys_createIn(int directory, const std::string& name);
-/// Returns: true when the entry, which must not be a directory, was removed.
-bool sys_removeIn(int directory, const std::string& name) noexcept;
+/// Removes an entry that is no directory, if that is possible.
+void sys_removeIn(int directory, const std::string& name) noexcept;
 /// Puts the entry `from` in the place of `to`. Returns: 0, or errno.
 int sys_renameIn(int directory, const std::string& from, const std::string& to) noexcept;
