@@ -191,6 +191,9 @@ void SavedFile::Fill(const OpenedFile& output, const std::string& copy) const {
 
 /// `now` is the status of `file`, which is open and is the file that was copied.
 bool SavedFile::HoldsWhatWasCopied(const FileStatus& now, int file) const {
+    if (!m_status.IsRegular()) {
+        return true;
+    }
     if (now.Size() != m_status.Size()) {
         return false;
     }

@@ -80,9 +80,8 @@ TEST_F(NeighbourTest, NoEditIsLost) {
 // What changes neither the bytes nor the file, and directories of copies that go while they are empty.
 TEST_F(NeighbourTest, HarmlessNeighboursDoNoHarm) {
     const std::string copies = fs::path(m_copy).parent_path();
-    const auto isLock = [&](const Step& step) { return step.call == "flock" && step.path == copies; };
     const auto removeUnlocked = [&] {
-        if (!Did(isLock)) {
+        if (!Did([&](const Step& step) { return step.call == "flock" && step.path == copies; })) {
             rmdir(copies.c_str());
             rmdir((m_dir / "backups/t").c_str());
         }

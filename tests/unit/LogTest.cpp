@@ -79,7 +79,7 @@ TEST_F(LogTest, HoldsTheChainOfCauses) {
 TEST_F(LogTest, LettersSetTheSeverity) {
     Open();
     VI18NError error(60, 79, SeveritySixth);
-    g_ErrStart = true;
+    g_logStatistics = {}, g_ErrStart = true;
     for (const auto& [letter, value] : {std::pair("", 1), {"W", 2}, {"F", 4}, {"E", 3}, {"x", 1}, {"D", 1}}) {
         error.LogShow(&g_logopt, letter);
         EXPECT_EQ(error.GetErrVal(), value) << letter;
