@@ -39,7 +39,7 @@ TEST(Message, HeadersHoldWhatIsSet) {
         {"%d", "", "u", "", " O=\"%d\"" + common + " U=\"u\" F=\"\""},
         {"", "c", "", "\n", " C=\"c\"" + common + " U=\"\" F=\"&#10;\""},
         {"", "", "u", "", common + " U=\"u\" F=\"\""},
-        {"<\"\t", "c", "\"", "&\t", " O=\"&lt;&quot;&#9;\" C=\"c\"" + common + " U=\"&quot;\" F=\"&amp;&#9;\""},
+        {"<\"\t", "\"", "\"", "&\t", " O=\"&lt;&quot;&#9;\" C=\"&quot;\"" + common + " U=\"&quot;\" F=\"&amp;&#9;\""},
     };
     for (const auto& row : rows) {
         Message message = At(Message(7, row.component, SeverityWarning));
