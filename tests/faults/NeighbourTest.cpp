@@ -77,7 +77,7 @@ TEST_F(NeighbourTest, NoEditIsLost) {
     }
 }
 
-// What changes neither the bytes nor the file, and directories of copies that go while they are empty.
+// What changes neither the bytes nor the file, and empty directories of copies that go before they are locked.
 TEST_F(NeighbourTest, HarmlessNeighboursDoNoHarm) {
     const std::string copies = fs::path(m_copy).parent_path();
     const auto removeUnlocked = [&] {
